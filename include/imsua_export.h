@@ -1,0 +1,7 @@
+// Marks what libimsua exports; everything else stays hidden.
+#ifndef IMSUA_EXPORT_H_INCLUDED
+#define IMSUA_EXPORT_H_INCLUDED
+
+#define IMSUA_API __attribute__((visibility("default")))
+
+#endif
