@@ -4,7 +4,7 @@ find_package(PkgConfig REQUIRED)
 pkg_check_modules(LIBXML2 REQUIRED IMPORTED_TARGET libxml-2.0)
 pkg_check_modules(SOFIA   REQUIRED IMPORTED_TARGET sofia-sip-ua)
 pkg_check_modules(MNL     REQUIRED IMPORTED_TARGET libmnl)
-pkg_check_modules(SYSTEMD IMPORTED_TARGET libsystemd)      # optional: journal, readiness, watchdog
+pkg_check_modules(SYSTEMD QUIET IMPORTED_TARGET libsystemd)      # optional: journal, readiness, watchdog
 
 if(IMSUA_TESTS)
   # Debian ships the sources, so every lane (sanitizers, cross) builds its own copy.
