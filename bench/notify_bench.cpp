@@ -1,0 +1,243 @@
+// A sweep of NOTIFYs to N subscribers: notifyAll of the subscription table, beside NTA alone sending the same
+// bytes, beside a raw echo of equal-sized datagrams or frames.
+//
+// Three forms of ours: "prepared" hands notifyAll a document that is already text, so that both sides send
+// the same bytes and nothing else; "document" encodes the link-event document for every subscriber, as a
+// daemon does. The peer is a process of its own. All figures are for completed transactions: request out, 200
+// back.
+#include "baseuafw/baseuafw.h"
+#include "bench/support/bare_nta.h"
+#include "bench/support/ratios.h"
+#include "bench/support/raw_echo.h"
+#include "bench/support/responder.h"
+#include "siplib/SIPLIB.h"
+#include "subscriptions/IMS_subscription_table.h"
+#include "xml/DALinkEvXmlData.h"
+
+#include <benchmark/benchmark.h>
+#include <condition_variable>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <sys/resource.h>
+#include <vector>
+
+namespace {
+
+constexpr int WINDOW = 64; // outstanding requests of the baselines
+constexpr char LOCAL_URI[] = "<sip:bench@127.0.0.1:15070>";
+
+bench::Responder* responder = nullptr;
+
+double cpu_seconds()
+{
+    rusage usage{};
+    ::getrusage(RUSAGE_SELF, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
+}
+
+// Reports transactions a second and CPU time a transaction of this process.
+class Meter {
+public:
+    Meter(benchmark::State& state, int transactions)
+        : state_(state), transactions_(transactions), cpu_(cpu_seconds())
+    {
+    }
+    ~Meter()
+    {
+        const double total = static_cast<double>(state_.iterations()) * transactions_;
+        state_.SetItemsProcessed(static_cast<std::int64_t>(total));
+        state_.counters["cpu_us_each"] = (cpu_seconds() - cpu_) * 1e6 / total;
+    }
+    Meter(const Meter&) = delete;
+    Meter& operator=(const Meter&) = delete;
+
+private:
+    benchmark::State& state_;
+    int transactions_;
+    double cpu_;
+};
+
+// Takes each response on the SIP library's thread and counts it.
+class Counter : public SIPLIB_SIPClientConnectionListener {
+public:
+    void notifyResponse(SIPLIB_SIPClientConnection* connection) override
+    {
+        int code = 0;
+        if (connection->receive() == SIPLIB_OK) connection->getResponseCode(code);
+        if (code < 200) return;
+        std::lock_guard<std::mutex> guard(mutex_);
+        ++done_;
+        good_ += code == 200 ? 1 : 0;
+        if (done_ == wanted_) all_.notify_one();
+    }
+    void expect(int count)
+    {
+        std::lock_guard<std::mutex> guard(mutex_);
+        wanted_ = count;
+        done_ = good_ = 0;
+    }
+    int wait()
+    {
+        std::unique_lock<std::mutex> guard(mutex_);
+        all_.wait_for(guard, std::chrono::seconds(60), [this] { return done_ == wanted_; });
+        return good_;
+    }
+
+private:
+    std::mutex mutex_;
+    std::condition_variable all_;
+    int wanted_ = 0, done_ = 0, good_ = 0;
+};
+
+void fill(DALinkEvXmlData& document)
+{
+    document.name = "internet";
+    document.profile_id = 7;
+    document.link_reference = 3;
+    document.access_network = "IEEE";
+    document.ieee.access_type = "IEEE-802.11";
+    document.ieee.ap = "02:00:00:00:00:01";
+    document.device.name = "wlan0";
+    document.device.ue_mac = "02:00:00:00:00:02";
+    document.device.ip_address = "192.0.2.17";
+    document.device.status = "up";
+    document.device.cause = "none";
+}
+
+// A document whose text was made once.
+class PreparedDocument : public XmlData {
+public:
+    PreparedDocument()
+    {
+        DALinkEvXmlData document;
+        fill(document);
+        document.encodeXml();
+        text.assign(document.buffer, static_cast<std::size_t>(document.buffer_length));
+        buffer = text.data();
+        buffer_length = static_cast<int>(text.size());
+    }
+    int encodeXml() override { return 0; }
+    std::string text;
+};
+
+std::string contact_of(int i, bool tcp)
+{
+    return "<sip:subscriber" + std::to_string(i) + "@127.0.0.1:" + std::to_string(responder->sip_port()) +
+           (tcp ? ";transport=tcp>" : ">");
+}
+
+void run_ours(benchmark::State& state, XmlData& document, bool tcp)
+{
+    const int count = static_cast<int>(state.range(0));
+    IMS_subscription_table table;
+    for (int i = 0; i < count; ++i)
+        table.store_subs(contact_of(i, tcp), "kiv-link-event", 3600, "<sip:subscriber@127.0.0.1>;tag=peer",
+                         "<sip:bench@127.0.0.1>;tag=ours",
+                         ("bench-" + std::to_string(i) + "@127.0.0.1").c_str());
+    SIPLIB_SIPConnector connector;
+    static Counter counter;
+    const Meter meter(state, count);
+    for (auto _ : state) {
+        counter.expect(count);
+        table.notifyAll(connector, LOCAL_URI, "kiv-link-event", "application/xml", document, &counter,
+                        "active", 3600);
+        if (counter.wait() != count) state.SkipWithError("a NOTIFY was not answered with 200");
+    }
+}
+
+// The same requests as text, for the baseline.
+std::vector<std::string> prepared_requests(int count, bool tcp)
+{
+    const PreparedDocument document;
+    std::vector<std::string> requests;
+    for (int i = 0; i < count; ++i) {
+        const std::string contact = contact_of(i, tcp);
+        requests.push_back(
+            "NOTIFY " + contact.substr(1, contact.size() - 2) +
+            " SIP/2.0\r\nFrom: <sip:bench@127.0.0.1>;tag=ours\r\nTo: <sip:subscriber@127.0.0.1>;tag=peer\r\n"
+            "Contact: " +
+            LOCAL_URI +
+            "\r\nEvent: kiv-link-event\r\nExpires: 3600\r\nSubscription-State: active\r\n"
+            "Kiv-Profile-ID: -1\r\nContent-Type: application/xml\r\nCall-ID: bench-" +
+            std::to_string(i) + "@127.0.0.1\r\nCSeq: 1 NOTIFY\r\nMax-Forwards: 70\r\nContent-Length: " +
+            std::to_string(document.text.size()) + "\r\n\r\n" + document.text);
+    }
+    return requests;
+}
+
+void run_bare(benchmark::State& state, bool tcp)
+{
+    const int count = static_cast<int>(state.range(0));
+    static bench::BareNta nta;
+    const auto requests = prepared_requests(count, tcp);
+    const Meter meter(state, count);
+    for (auto _ : state)
+        if (nta.send_all(requests, WINDOW) != count)
+            state.SkipWithError("a NOTIFY was not answered with 200");
+}
+
+void run_echo(benchmark::State& state, bool tcp)
+{
+    const int count = static_cast<int>(state.range(0));
+    const std::size_t size = prepared_requests(1, tcp)[0].size() + 80; // and a Via
+    static bench::RawEcho over_udp(responder->echo_port(), false);
+    static bench::RawEcho over_tcp(responder->echo_port(), true);
+    const Meter meter(state, count);
+    for (auto _ : state)
+        (tcp ? over_tcp : over_udp).exchange(count, size, WINDOW);
+}
+
+void prepared(benchmark::State& state, bool tcp)
+{
+    PreparedDocument document;
+    run_ours(state, document, tcp);
+}
+
+void encoded(benchmark::State& state, bool tcp)
+{
+    DALinkEvXmlData document;
+    fill(document);
+    run_ours(state, document, tcp);
+}
+
+void declare(const char* transport, bool tcp, std::vector<bench::Ratio>& ratios)
+{
+    const std::string prefix = transport;
+    const auto add = [&](const char* name, void (*body)(benchmark::State&, bool)) {
+        auto* entry = benchmark::RegisterBenchmark((prefix + "/" + name).c_str(), body, tcp);
+        entry->UseRealTime()->MeasureProcessCPUTime()->Arg(1)->Arg(100)->Arg(10000);
+    };
+    add("prepared", &prepared);
+    add("document", &encoded);
+    add("bare-nta", &run_bare);
+    add("raw-echo", &run_echo);
+    for (const char* count : {"/1", "/100", "/10000"}) {
+        ratios.push_back({prefix + " notifyAll" + count + " to NTA", prefix + "/prepared" + count,
+                          prefix + "/bare-nta" + count, 0.9});
+        ratios.push_back({prefix + " notifyAll" + count + " with document to NTA",
+                          prefix + "/document" + count, prefix + "/bare-nta" + count, 0.9});
+        ratios.push_back({prefix + " notifyAll" + count + " to raw echo", prefix + "/prepared" + count,
+                          prefix + "/raw-echo" + count, tcp ? 0.25 : 0.16});
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    static bench::Responder process;
+    responder = &process;
+    IMS_log::set_level(3);
+    SIPLIB_StackCfg cfg;
+    SIPLIB_SIPInitConfig(&cfg);
+    cfg.maxTransactions = 20000;
+    if (SIPLIB_SIPStart(&cfg) != SIPLIB_OK) return 2;
+    std::vector<bench::Ratio> ratios;
+    declare("udp", false, ratios);
+    declare("tcp", true, ratios);
+    const int result = bench::run_with_ratios(argc, argv, ratios);
+    SIPLIB_SIPStop();
+    return result;
+}
