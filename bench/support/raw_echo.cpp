@@ -4,6 +4,7 @@
 #include <arpa/inet.h>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <netinet/tcp.h>
 #include <string>
 #include <sys/socket.h>
@@ -32,8 +33,10 @@ RawEcho::~RawEcho()
 
 void RawEcho::send_one(std::size_t size)
 {
-    static const std::string bytes(65536, 'E');
-    if (::send(fd_, bytes.data(), std::min(size, bytes.size()), MSG_NOSIGNAL) < 0) {
+    static std::string bytes(65536, 'E');
+    const auto header = static_cast<std::uint32_t>(size); // what delimits a frame on a stream
+    std::memcpy(bytes.data(), &header, sizeof header);
+    if (::send(fd_, bytes.data(), size, MSG_NOSIGNAL) < 0) {
         std::perror("raw echo: send");
         std::exit(2);
     }
@@ -45,17 +48,12 @@ void RawEcho::exchange(int count, std::size_t size, int window)
     int sent = 0;
     for (; sent < std::min(count, window); ++sent)
         send_one(size);
-    std::size_t bytes_back = 0;
-    for (int back = 0; back < count;) {
-        const ssize_t n = ::recv(fd_, buffer, sizeof buffer, 0);
-        if (n <= 0) {
+    for (int back = 0; back < count; ++back) {
+        if (::recv(fd_, buffer, size, tcp_ ? MSG_WAITALL : 0) != static_cast<ssize_t>(size)) {
             std::perror("raw echo: recv");
             std::exit(2);
         }
-        bytes_back += static_cast<std::size_t>(n);
-        const int units = tcp_ ? static_cast<int>(bytes_back / size) : back + 1;
-        for (; back < units; ++back)
-            if (sent < count) send_one(size), ++sent;
+        if (sent < count) send_one(size), ++sent;
     }
 }
 

@@ -128,14 +128,26 @@ void serve_datagrams(int fd, bool echo, std::string& answer)
     }
 }
 
+// One frame in, one frame out, as a message protocol has it: the first four bytes are the frame's size.
+bool echo_frame(int fd)
+{
+    char frame[65536];
+    std::uint32_t size = 0;
+    if (::recv(fd, &size, sizeof size, MSG_PEEK | MSG_WAITALL) != sizeof size || size > sizeof frame)
+        return false;
+    if (::recv(fd, frame, size, MSG_WAITALL) != static_cast<ssize_t>(size)) return false;
+    send_all(fd, frame, size);
+    return true;
+}
+
 // False when the peer is gone.
 bool serve_stream(Connection& connection, std::string& answer)
 {
+    if (connection.echo) return echo_frame(connection.fd);
     char buffer[65536];
     const ssize_t n = ::recv(connection.fd, buffer, sizeof buffer, MSG_DONTWAIT);
     if (n < 0) return errno == EAGAIN;
     if (n == 0) return false;
-    if (connection.echo) return send_all(connection.fd, buffer, static_cast<std::size_t>(n)), true;
     connection.pending.append(buffer, static_cast<std::size_t>(n));
     std::string replies;
     std::size_t done = 0;
