@@ -71,10 +71,12 @@ function(framework_finish)
   foreach(folder ${folders})
     list(APPEND objects $<TARGET_OBJECTS:${folder}>)
   endforeach()
+  set(export_shared imsua)
+  set(export_static static)
   foreach(kind shared static)
     string(TOUPPER ${kind} upper)
     add_library(imsua_${kind} ${upper} ${objects})
-    set_target_properties(imsua_${kind} PROPERTIES OUTPUT_NAME imsua EXPORT_NAME $<IF:$<STREQUAL:${kind},shared>,imsua,static>
+    set_target_properties(imsua_${kind} PROPERTIES OUTPUT_NAME imsua EXPORT_NAME ${export_${kind}}
       VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINKER_LANGUAGE CXX)
     target_include_directories(imsua_${kind} PUBLIC
       "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>" "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/platform>"

@@ -1,0 +1,1 @@
+#include "messages/IMS_Notify.h"

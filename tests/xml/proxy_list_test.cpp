@@ -1,0 +1,1 @@
+#include "xml/proxy_list.h"

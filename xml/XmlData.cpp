@@ -1,0 +1,145 @@
+#include "xml/XmlData.h"
+
+#include "baseuafw/baseuafw.h"
+#include "include/text.h"
+#include "xml/XmlSection.h"
+
+#include <libxml/parser.h>
+#include <libxml/xpath.h>
+
+#include <new>
+
+using imsua::shown;
+
+namespace {
+
+enum : int { OLDEST_LIBXML2 = 20616 }; // 2.6.16
+
+// The nodes that `xpath` finds in `doc`, or null with a line that says why. Free with xmlXPathFreeObject.
+xmlXPathObjectPtr evaluate(xmlDocPtr doc, const char* xpath)
+{
+    xmlXPathContextPtr context = xmlXPathNewContext(doc);
+    if (!context) {
+        IMS_log::loginfo(4, "get_value", "path_context is null");
+        return nullptr;
+    }
+    const xmlChar* expression = reinterpret_cast<const xmlChar*>(xpath);
+    xmlXPathObjectPtr found = xpath ? xmlXPathEvalExpression(expression, context) : nullptr;
+    xmlXPathFreeContext(context);
+    if (!found) IMS_log::loginfo(4, "get_value", "head_path_ptr is null for %s", shown(xpath));
+    return found;
+}
+
+// The own text of `node`, or null. A namespace node is not an xmlNode and has no children to read.
+xmlChar* own_text(xmlDocPtr doc, xmlNodePtr node)
+{
+    if (!node || node->type == XML_NAMESPACE_DECL) return nullptr;
+    return xmlNodeListGetString(doc, node->children, 1);
+}
+
+bool first_text(xmlDocPtr doc, const char* xpath, xmlNodeSetPtr nodes, std::string& out)
+{
+    if (!nodes || nodes->nodeNr == 0 || !nodes->nodeTab) {
+        IMS_log::loginfo(4, "get_value", "xmlXPathNodeSetIsEmpty for %s", xpath);
+        return false;
+    }
+    out.clear();
+    if (nodes->nodeNr < 1) {
+        IMS_log::loginfo(4, "get_value", "nodeNr is less than 1 for %s", xpath);
+        return false;
+    }
+    xmlChar* text = own_text(doc, nodes->nodeTab[0]);
+    if (!text) {
+        IMS_log::loginfo(4, "get_value", "val_cstr is NULL for %s", xpath);
+        return false;
+    }
+    out = reinterpret_cast<const char*>(text);
+    IMS_utility::skipspaces(out);
+    IMS_log::loginfo(5, "get_value", "expr=%s value =%s", xpath, out.c_str());
+    xmlFree(text);
+    return true;
+}
+
+} // namespace
+
+XmlData::XmlData() : encoded_buffer(nullptr), buffer(nullptr), buffer_length(0)
+{
+    XmlSection section(XmlSection::Kind::work);
+    xmlCheckVersion(OLDEST_LIBXML2);
+}
+
+XmlData::~XmlData() = default;
+
+int XmlData::parseXml()
+{
+    return -1;
+}
+
+int XmlData::encodeXml()
+{
+    return -1;
+}
+
+bool XmlData::get_value(xmlDocPtr doc, const char* xpath, std::string& out)
+{
+    if (!doc) {
+        IMS_log::loginfo(4, "get_value", "doc_ptr is null");
+        return false;
+    }
+    XmlSection section(XmlSection::Kind::lookup);
+    xmlXPathObjectPtr found = evaluate(doc, xpath);
+    if (!found) return false;
+    const bool has_text = first_text(doc, xpath, found->nodesetval, out);
+    xmlXPathFreeObject(found);
+    return has_text;
+}
+
+int XmlData::publish(xmlDocPtr doc)
+{
+    if (!doc) return -1;
+    XmlSection section(XmlSection::Kind::work);
+    xmlChar* text = nullptr;
+    int length = 0;
+    xmlDocDumpFormatMemoryEnc(doc, &text, &length, "UTF-8", 1);
+    const int status = text ? keep(text, length) : -1;
+    xmlFreeDoc(doc);
+    section.end_with(XmlSection::End::encoded);
+    return status;
+}
+
+// One document may be encoded for many receivers: an identical text must not grow anything, and a text that
+// somebody may still point at must not vanish.
+int XmlData::keep(xmlChar* text, int length)
+{
+    if (encoded_buffer && xmlStrEqual(encoded_buffer, text)) {
+        xmlFree(text);
+    } else {
+        if (encoded_buffer) {
+            try {
+                retired_.push_back(encoded_buffer);
+            } catch (const std::bad_alloc&) {
+                xmlFree(text);
+                return -1;
+            }
+        }
+        encoded_buffer = text;
+    }
+    buffer = reinterpret_cast<char*>(encoded_buffer);
+    buffer_length = length;
+    return 0;
+}
+
+void XmlData::release_encoded()
+{
+    for (xmlChar* earlier : retired_) {
+        if (buffer == reinterpret_cast<char*>(earlier)) buffer = nullptr;
+        xmlFree(earlier);
+    }
+    retired_.clear();
+    if (encoded_buffer) {
+        if (buffer == reinterpret_cast<char*>(encoded_buffer)) buffer = nullptr;
+        xmlFree(encoded_buffer);
+    }
+    encoded_buffer = nullptr;
+    if (!buffer) buffer_length = 0;
+}

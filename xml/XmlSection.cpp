@@ -1,0 +1,51 @@
+#include "xml/XmlSection.h"
+
+#include <libxml/parser.h>
+#include <libxml/threads.h>
+#include <libxml/xmlmemory.h>
+
+#include <algorithm>
+
+#include <pthread.h>
+
+namespace {
+
+// Constant-initialised and never destroyed: documents may be used while static objects come and go.
+pthread_mutex_t turn = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+int depth = 0;                                         // guarded by turn
+XmlSection::End wanted_end = XmlSection::End::nothing; // guarded by turn
+
+void finish(XmlSection::End end)
+{
+    if (end == XmlSection::End::nothing) return;
+    xmlCleanupParser();
+#if LIBXML_VERSION < 21300 // deprecated, and empty, since
+    if (end == XmlSection::End::encoded) xmlMemoryDump();
+#endif
+}
+
+} // namespace
+
+XmlSection::XmlSection(Kind kind)
+{
+    pthread_mutex_lock(&turn);
+    const bool outermost = depth++ == 0;
+    if (kind == Kind::work && outermost && !xmlIsMainThread()) {
+        xmlCleanupParser();
+        xmlInitParser();
+    }
+}
+
+XmlSection::~XmlSection()
+{
+    if (--depth == 0) {
+        finish(wanted_end);
+        wanted_end = End::nothing;
+    }
+    pthread_mutex_unlock(&turn);
+}
+
+void XmlSection::end_with(End end)
+{
+    wanted_end = std::max(wanted_end, end);
+}

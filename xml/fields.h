@@ -1,0 +1,110 @@
+// How a document is written down: as the table of its elements and the table of its look-ups.
+//
+//     const Element tree[] = {                     const Lookup fields[] = {
+//         {1, "profile-info"},                         {"//name", name},
+//         {2, "name", name},                           {"//kiv-profile-id", profile_id},
+//         {2, "kiv-profile-id", profile_id},           {"//ip-address", device.ip_address},
+//     };                                           };
+//
+// Two tables, because what is read is not what is written, nor in the same order. Adding a document means
+// adding rows. Internal to xml/.
+//
+// Thread   as XmlData.
+// Memory   rows borrow the names and the fields they point at; tables live on the stack of one call.
+#ifndef XML_FIELDS_H_INCLUDED
+#define XML_FIELDS_H_INCLUDED
+
+#include "xml/XmlSection.h"
+
+#include <libxml/tree.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace imsua::xml {
+
+// One element to write. `depth` 1 is a child of the root; an element deeper than the one before it is that
+// one's child. It holds a text, a number in decimal, or nothing of its own.
+class Element {
+public:
+    Element(int depth, const char* name) : depth_(depth), name_(name) {}
+    Element(int depth, const char* name, const std::string& text) : depth_(depth), name_(name), text_(&text)
+    {
+    }
+    Element(int depth, const char* name, std::string&& text) = delete; // would be gone before it is written
+    Element(int depth, const char* name, std::int32_t number)
+        : depth_(depth), name_(name), holds_(NUMBER), number_(number)
+    {
+    }
+
+    int depth() const { return depth_; }
+    // Adds the element to `parent`; null when out of memory.
+    xmlNodePtr add_to(xmlNodePtr parent) const;
+
+private:
+    enum Holds { TEXT, NUMBER };
+    int depth_;
+    const char* name_;
+    Holds holds_ = TEXT;
+    const std::string* text_ = nullptr;
+    std::int32_t number_ = 0;
+};
+
+// The tree of `rows` under an element `root`; null when out of memory. The caller owns the tree.
+xmlDocPtr build(const char* root, const Element* rows, std::size_t count);
+
+template <std::size_t N>
+xmlDocPtr build(const char* root, const Element (&rows)[N])
+{
+    return build(root, rows, N);
+}
+
+// One value to read: the first node that `expression` finds, into a text or a number. What is not found
+// leaves the field as it was; an empty element empties a text and leaves a number.
+class Lookup {
+public:
+    Lookup(const char* expression, std::string& text) : expression_(expression), text_(&text) {}
+    Lookup(const char* expression, std::int32_t& number) : expression_(expression), number_(&number) {}
+
+    void read(xmlDocPtr doc) const;
+
+private:
+    const char* expression_;
+    std::string* text_ = nullptr;
+    std::int32_t* number_ = nullptr;
+};
+
+// A received text as a tree, for the length of one parseXml.
+class ParsedText {
+public:
+    enum Options : int { STRICT = 0, RECOVER = 1 }; // nothing else: no network, no entities, no DTD loading
+
+    // Logs "<announcement> <buffer> <length>", then parses. On failure there is no tree and the reason is
+    // logged, under "parseXml" as well.
+    ParsedText(const char* announcement, const char* buffer, int length, Options options = STRICT);
+    // Frees the tree and cleans libxml2 up; without a tree it does neither.
+    ~ParsedText();
+
+    explicit operator bool() const { return tree_ != nullptr; }
+    xmlDocPtr tree() const { return tree_; } // borrowed
+
+    // Reads the rows, first to last.
+    template <std::size_t N>
+    void read(const Lookup (&rows)[N]) const
+    {
+        for (const Lookup& row : rows)
+            row.read(tree_);
+    }
+
+    ParsedText(const ParsedText&) = delete;
+    ParsedText& operator=(const ParsedText&) = delete;
+
+private:
+    XmlSection section_;
+    xmlDocPtr tree_ = nullptr;
+};
+
+} // namespace imsua::xml
+
+#endif
