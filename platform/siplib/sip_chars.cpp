@@ -1,0 +1,107 @@
+#include "siplib/sip_chars.h"
+
+#include <array>
+
+namespace siplib {
+namespace {
+
+struct Row {
+    const char* chars;
+    unsigned sets;
+};
+
+constexpr unsigned unreserved_in =
+    chars_user | chars_password | chars_uri_param | chars_header | chars_value | chars_uri;
+
+constexpr Row rows[] = {
+    {"0123456789", unreserved_in | chars_token | chars_label | chars_phone | chars_hex},
+    {"ABCDEFabcdef", unreserved_in | chars_token | chars_label | chars_phone | chars_hex},
+    {"GHIJKLMNOPQRSTUVWXYZghijklmnopqrstuvwxyz", unreserved_in | chars_token | chars_label},
+    {"-_", unreserved_in | chars_label},
+    {".!~*'()", unreserved_in},
+    {"-.!%*_+`'~", chars_token | chars_value},
+    {"&=+$,", chars_user | chars_password},
+    {";?/", chars_user},
+    {"[]/:&+$", chars_uri_param | chars_value},
+    {"[]/?:+$=&", chars_header},
+    {"-.()*#+", chars_phone},
+    {";/?:@&=+$,[]", chars_uri},
+};
+
+constexpr std::array<std::uint16_t, 256> make_table()
+{
+    std::array<std::uint16_t, 256> table{};
+    for (const Row& row : rows) {
+        for (const char* c = row.chars; *c; ++c) {
+            auto& sets = table[static_cast<unsigned char>(*c)];
+            sets = static_cast<std::uint16_t>(sets | row.sets);
+        }
+    }
+    return table;
+}
+
+constexpr auto table = make_table();
+
+bool is_escape(std::string_view text)
+{
+    return text.size() >= 3 && text[0] == '%' && in_set(text[1], chars_hex) && in_set(text[2], chars_hex);
+}
+
+} // namespace
+
+bool in_set(char c, CharSet set)
+{
+    return (table[static_cast<unsigned char>(c)] & set) != 0;
+}
+
+bool only_chars(std::string_view text, CharSet set, bool escapes)
+{
+    if (text.empty()) return false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (escapes && text[i] == '%') {
+            if (!is_escape(text.substr(i))) return false;
+            i += 2;
+        } else if (!in_set(text[i], set)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+std::size_t leading_chars(std::string_view text, CharSet set)
+{
+    std::size_t n = 0;
+    while (n < text.size() && in_set(text[n], set))
+        ++n;
+    return n;
+}
+
+std::string_view without_leading_blanks(std::string_view text)
+{
+    while (!text.empty() && is_blank(text.front()))
+        text.remove_prefix(1);
+    return text;
+}
+
+std::string_view without_blanks(std::string_view text)
+{
+    text = without_leading_blanks(text);
+    while (!text.empty() && is_blank(text.back()))
+        text.remove_suffix(1);
+    return text;
+}
+
+char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+
+bool same_name(std::string_view a, std::string_view b)
+{
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (lower(a[i]) != lower(b[i])) return false;
+    return true;
+}
+
+} // namespace siplib
