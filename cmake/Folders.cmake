@@ -10,6 +10,12 @@
 
 set(IMSUA_INCLUDES ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/platform)
 
+# A sanitizer's runtime is in the program, not in the libraries: there only its symbols stay open.
+set(IMSUA_SHARED_LINK -Wl,--as-needed)
+if(NOT IMSUA_SANITIZE)
+  list(APPEND IMSUA_SHARED_LINK -Wl,--no-undefined)
+endif()
+
 function(imsua_demand_tests folder)
   if(NOT IMSUA_TESTS)
     return()
@@ -83,7 +89,7 @@ function(framework_finish)
       $<INSTALL_INTERFACE:include/imsua> $<INSTALL_INTERFACE:include/imsua/platform>)
     target_link_libraries(imsua_${kind} PUBLIC pelgo_siplib pelgo_baseuafw PkgConfig::LIBXML2 Threads::Threads)
   endforeach()
-  target_link_options(imsua_shared PRIVATE -Wl,--as-needed -Wl,--no-undefined)
+  target_link_options(imsua_shared PRIVATE ${IMSUA_SHARED_LINK})
   add_library(imsua::imsua ALIAS imsua_shared)
   add_library(imsua::static ALIAS imsua_static)
   foreach(folder ${folders})
@@ -110,7 +116,7 @@ function(platform_library name)
   endforeach()
   target_link_libraries(${name} PUBLIC ${L_USES} Threads::Threads PRIVATE ${L_PACKAGES})
   target_link_libraries(${name}_internal PUBLIC ${L_USES} ${L_PACKAGES} Threads::Threads)
-  target_link_options(${name} PRIVATE -Wl,--as-needed -Wl,--no-undefined)
+  target_link_options(${name} PRIVATE ${IMSUA_SHARED_LINK})
 endfunction()
 
 function(imsua_program name)
