@@ -68,7 +68,7 @@ public:
     void _wake();
 
     // Where a socket's file stands: in the directory $IMS_SOCKET_DIR, or in the working directory when that
-    // is unset or empty. A null name is an empty one.
+    // is unset or empty. A null name is an empty one; out of memory gives "".
     static std::string path_of(const char* name);
 
 private:

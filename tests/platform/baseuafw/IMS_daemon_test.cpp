@@ -1,46 +1,48 @@
 #include "baseuafw/IMS_daemon.h"
 
+#include "baseuafw/daemon_options.h"
+#include "tests/platform/baseuafw/command_line.h"
 #include "tests/support/log_records.h"
 
 #include <gtest/gtest.h>
-#include <string>
-#include <vector>
 
 namespace {
 
-void set_options(std::vector<std::string> arguments)
-{
-    std::vector<char*> argv;
-    for (auto& argument : arguments)
-        argv.push_back(&argument[0]);
-    argv.push_back(nullptr);
-    IMS_daemon daemon;
-    daemon.set_options(static_cast<int>(arguments.size()), argv.data());
-}
-
 TEST(ADaemon, TakesItsNameFromThePathOfTheProgram)
 {
-    set_options({"/usr/sbin/imsagent"});
+    take_options_of({"/usr/sbin/imsagent"});
     EXPECT_STREQ(IMS_daemon::__d_progname, "imsagent");
-    set_options({"plain"});
+    take_options_of({"plain"});
     EXPECT_STREQ(IMS_daemon::__d_progname, "plain");
+    take_options_of({"directory/"});
+    EXPECT_STREQ(IMS_daemon::__d_progname, "");
 }
 
 TEST(ADaemon, SeesEverySpellingOfHelp)
 {
     for (const char* help : {"-h", "-help", "--help"}) {
-        set_options({"prog"});
+        take_options_of({"prog"});
         EXPECT_FALSE(IMS_daemon::__d_help);
-        set_options({"prog", "-other", help});
+        take_options_of({"prog", "-other", help});
         EXPECT_TRUE(IMS_daemon::__d_help) << help;
     }
-    set_options({"prog", "help", "-H"});
+    take_options_of({"prog", "help", "-H"});
     EXPECT_FALSE(IMS_daemon::__d_help);
+}
+
+TEST(ADaemon, TakesTheOptionsOfItsProcess)
+{
+    take_options_of({"prog", "-daemon", "-pidfile", "/run/prog.pid"});
+    EXPECT_TRUE(baseuafw::daemon_options.background);
+    EXPECT_STREQ(baseuafw::daemon_options.pidfile, "/run/prog.pid");
+    take_options_of({"prog", "-pidfile"});
+    EXPECT_FALSE(baseuafw::daemon_options.background);
+    EXPECT_STREQ(baseuafw::daemon_options.pidfile, "");
 }
 
 TEST(ADaemon, CopesWithAnEmptyCommandLine)
 {
-    set_options({"before"});
+    take_options_of({"before"});
     IMS_daemon daemon;
     daemon.set_options(0, nullptr);
     daemon.set_options(3, nullptr);
@@ -48,6 +50,24 @@ TEST(ADaemon, CopesWithAnEmptyCommandLine)
     daemon.set_options(1, nothing);
     EXPECT_STREQ(IMS_daemon::__d_progname, "before");
     EXPECT_FALSE(IMS_daemon::__d_help);
+}
+
+TEST(ADaemon, HandsTheCommandLineToTheLog)
+{
+    take_options_of({"prog", "-loglevel", "4"});
+    EXPECT_EQ(IMS_log::level(), 4);
+    IMS_log::set_level(5);
+}
+
+TEST(ADaemon, TellsItsOptionsAtTheFatalLevel)
+{
+    LogRecords log;
+    IMS_daemon daemon;
+    daemon.print_usage();
+    ASSERT_GE(log.all().size(), 4u);
+    EXPECT_EQ(log.all().size(), log.of("print_usage").size());
+    EXPECT_EQ(log.all().size(), log.up_to(3).size());
+    EXPECT_EQ(log.all()[0].text, "Daemon Options:");
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "baseuafw/IMS_log.h"
 
+#include "tests/platform/baseuafw/command_line.h"
 #include "tests/support/child.h"
 #include "tests/support/log_records.h"
 #include "tests/support/temp_dir.h"
@@ -7,28 +8,31 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
+#include <cstdio>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
 #include <sys/wait.h>
-#include <syslog.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
 
-namespace {
-
-void set_options(std::vector<std::string> arguments)
+// Takes the place of the C library's for this program: what syslog was told goes to standard output.
+extern "C" void syslog(int priority, const char* format, ...)
 {
-    std::vector<char*> argv;
-    for (auto& argument : arguments)
-        argv.push_back(&argument[0]);
-    argv.push_back(nullptr);
-    IMS_daemon daemon;
-    daemon.set_options(static_cast<int>(arguments.size()), argv.data());
+    va_list arguments;
+    va_start(arguments, format);
+    std::printf("<%d>", priority);
+    std::vprintf(format, arguments);
+    std::printf("\n");
+    va_end(arguments);
 }
+
+namespace {
 
 std::vector<std::string> lines_of(const std::string& text)
 {
@@ -105,7 +109,7 @@ TEST(ALog, LeavesErrnoAlone)
 TEST(ALog, WritesOneLineOnStandardErrorByDefault)
 {
     const ChildResult child = run_in_child([] {
-        set_options({"/usr/sbin/imsagent"});
+        take_options_of({"/usr/sbin/imsagent"});
         IMS_log::loginfo(5, "enqueue", "first");
         IMS_log::loginfo(3, "dequeue", "second\n");
     });
@@ -116,7 +120,7 @@ TEST(ALog, WritesOneLineOnStandardErrorByDefault)
 TEST(ALog, BoundsALineSoThatAPipeTakesItWhole)
 {
     const ChildResult child = run_in_child([] {
-        set_options({"prog"});
+        take_options_of({"prog"});
         IMS_log::loginfo(5, "f", "%s", std::string(5000, 'x').c_str());
         IMS_log::loginfo(5, "f", "next");
     });
@@ -139,7 +143,7 @@ TEST(ALog, KeepsTheRecordsOfManyThreadsApart)
 {
     TempDir dir;
     const ChildResult child = run_in_child([&] {
-        set_options({"prog", "-logfile", dir.file("log")});
+        take_options_of({"prog", "-logfile", dir.file("log")});
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t)
             threads.emplace_back([t] {
@@ -160,18 +164,23 @@ TEST(ALog, KeepsTheRecordsOfManyThreadsApart)
 
 TEST(ALog, NeverCallsASinkThatWasTakenOut)
 {
+    const auto count = [](void* ctx, int, const char*, const char*) {
+        ++*static_cast<std::atomic<int>*>(ctx);
+    };
+    auto records = std::make_unique<std::atomic<int>>(0);
+    IMS_log::set_sink(count, records.get());
     std::atomic<bool> stop{false};
     std::thread writer([&] {
         while (!stop)
             IMS_log::loginfo(5, "f", "text");
     });
     for (int i = 0; i < 200; ++i) {
-        LogRecords log; // its end would be a use after free if the log still held it
-        while (log.all().empty())
+        while (*records == 0)
             std::this_thread::yield();
-        IMS_log::set_sink([](void*, int, const char*, const char*) {}, nullptr);
+        auto next = std::make_unique<std::atomic<int>>(0);
+        IMS_log::set_sink(count, next.get());
+        records = std::move(next); // the earlier one is gone: the log must not touch it
     }
-    IMS_log::set_sink([](void*, int, const char*, const char*) {}, nullptr);
     stop = true;
     writer.join();
     IMS_log::set_sink(nullptr, nullptr);
@@ -198,6 +207,176 @@ TEST(ALog, StillWorksInAChildForkedWhileOtherThreadsLog)
     stop = true;
     writer.join();
     IMS_log::set_sink(nullptr, nullptr);
+}
+
+TEST(TheLevelOption, SetsTheHighestLevelWritten)
+{
+    LogRecords log;
+    take_options_of({"prog", "-loglevel", "3"});
+    EXPECT_EQ(IMS_log::level(), 3);
+    take_options_of({"prog"}); // not mentioned: stays
+    EXPECT_EQ(IMS_log::level(), 3);
+    take_options_of({"prog", "-loglevel", "3", "-loglevel", "0007"});
+    EXPECT_EQ(IMS_log::level(), 7);
+    IMS_log::set_level(5);
+    EXPECT_EQ(log.all().size(), 0u);
+}
+
+TEST(TheLevelOption, RefusesWhatIsNoNumber)
+{
+    for (const char* wrong : {"", "high", "4x", "-1", "+4", " 4", "99999999999", "99999999999999999999"}) {
+        LogRecords log;
+        take_options_of({"prog", "-loglevel", wrong});
+        EXPECT_EQ(IMS_log::level(), 5) << wrong;
+        EXPECT_TRUE(log.has(4, "set_options", std::string("-loglevel: not a level: ") + wrong)) << wrong;
+    }
+}
+
+TEST(ALogFile, IsAppendedTo)
+{
+    TempDir dir;
+    dir.write("log", "earlier\n");
+    const ChildResult child = run_in_child([&] {
+        take_options_of({"prog", "-logfile", dir.file("log")});
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(dir.read("log"), "earlier\nprog[4] f: text\n");
+    EXPECT_EQ(child.err, "");
+}
+
+TEST(ALogFile, IsNotForEverybody)
+{
+    TempDir dir;
+    run_in_child([&] {
+        ::umask(0);
+        take_options_of({"prog", "-logfile", dir.file("log")});
+    });
+    struct stat found {};
+    ASSERT_EQ(::stat(dir.file("log").c_str(), &found), 0);
+    EXPECT_EQ(found.st_mode & 0777, 0640u);
+}
+
+TEST(ALogFile, ThatCannotBeOpenedLeavesTheLogWhereItWas)
+{
+    TempDir dir;
+    const std::string path = dir.file("no/such/directory");
+    const ChildResult child = run_in_child([&] {
+        take_options_of({"prog", "-logfile", path});
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(child.err, "prog[4] set_options: -logfile: cannot open " + path +
+                             ": No such file or directory\nprog[4] f: text\n");
+}
+
+TEST(ALogFile, MayBeAPipeThatNobodyReads)
+{
+    TempDir dir;
+    ASSERT_EQ(::mkfifo(dir.file("fifo").c_str(), 0600), 0);
+    const ChildResult child = run_in_child([&] { take_options_of({"prog", "-logfile", dir.file("fifo")}); });
+    EXPECT_EQ(child.status, 0); // and it did not wait
+    EXPECT_NE(child.err.find("cannot open"), std::string::npos);
+}
+
+TEST(ALogFile, GivesWayToALaterOne)
+{
+    TempDir dir;
+    run_in_child([&] {
+        take_options_of({"prog", "-logfile", dir.file("first"), "-logfile", dir.file("second")});
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(dir.read("first"), "");
+    EXPECT_EQ(dir.read("second"), "prog[4] f: text\n");
+}
+
+TEST(ALogFile, IsKeptWhenItCannotBeOpenedAnew)
+{
+    TempDir dir;
+    ASSERT_EQ(::mkdir(dir.file("sub").c_str(), 0700), 0);
+    const ChildResult child = run_in_child([&] {
+        take_options_of({"prog", "-logfile", dir.file("sub/log")});
+        std::rename(dir.file("sub").c_str(), dir.file("moved").c_str());
+        if (!IMS_log::request_reopen()) ::_exit(1);
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(child.status, 0);
+    EXPECT_EQ(dir.read("moved/log"), "prog[4] f: text\n");
+}
+
+TEST(ALogFile, IsTheOnlyThingOpenedAnew)
+{
+    EXPECT_FALSE(IMS_log::request_reopen()); // standard error
+}
+
+TEST(TheSyslogOption, SendsRecordsToSyslogWithTheirLevelAsPriority)
+{
+    const ChildResult child = run_in_child([] {
+        take_options_of({"prog", "-logsyslog"});
+        IMS_log::loginfo(4, "enqueue", "overflow %d%%", 7);
+        IMS_log::loginfo(-3, "f", "most urgent there is");
+        IMS_log::set_level(99);
+        IMS_log::loginfo(42, "f", "least urgent there is");
+    });
+    EXPECT_EQ(child.out,
+              "<4>enqueue: overflow 7%\n<0>f: most urgent there is\n<7>f: least urgent there is\n");
+    EXPECT_EQ(child.err, "");
+}
+
+TEST(TheSyslogOption, IsOverriddenByALaterLogFile)
+{
+    TempDir dir;
+    const ChildResult child = run_in_child([&] {
+        take_options_of({"prog", "-logsyslog", "-logfile", dir.file("log")});
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(dir.read("log"), "prog[4] f: text\n");
+    EXPECT_EQ(child.out, "");
+}
+
+TEST(LeavingTheTerminal, MovesStandardErrorToSyslog)
+{
+    const ChildResult child = run_in_child([] {
+        IMS_log::leave_terminal();
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(child.out, "<4>f: text\n");
+    EXPECT_EQ(child.err, "");
+}
+
+TEST(LeavingTheTerminal, KeepsALogFile)
+{
+    TempDir dir;
+    const ChildResult child = run_in_child([&] {
+        take_options_of({"prog", "-logfile", dir.file("log")});
+        IMS_log::leave_terminal();
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(dir.read("log"), "prog[4] f: text\n");
+    EXPECT_EQ(child.out, "");
+}
+
+TEST(TheTraceOption, KeepsThePath)
+{
+    const ChildResult child = run_in_child([] {
+        std::printf("[%s]", IMS_log::siptrace_path());
+        take_options_of({"prog", "-siptrace", "/tmp/messages"});
+        take_options_of({"prog"});
+        std::printf("[%s]", IMS_log::siptrace_path());
+    });
+    EXPECT_EQ(child.out, "[][/tmp/messages]");
+}
+
+TEST(TheUsageOfTheLog, NamesEveryOptionAtTheFatalLevel)
+{
+    LogRecords log;
+    IMS_log::print_usage();
+    EXPECT_EQ(log.all().size(), log.of("print_usage").size());
+    EXPECT_EQ(log.all().size(), log.up_to(3).size());
+    for (const char* option : {"-loglevel", "-logfile", "-logsyslog", "-siptrace"}) {
+        int lines = 0;
+        for (const auto& record : log.all())
+            lines += record.text.find(option) != std::string::npos;
+        EXPECT_EQ(lines, 1) << option;
+    }
 }
 
 } // namespace
