@@ -20,19 +20,21 @@ MAY_USE = {
     "core": {"baseuafw", "siplib", "subscriptions"},
     "registrar": {"messages", "xml", "core", "subscriptions", "baseuafw", "siplib"},
     "daemons": {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib"},
-    "tools": {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib"},
+    "tools": {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib", "daemons"},
 }
 # foreign header prefix -> where it may stand
 FOREIGN = {
     "sofia-sip/": ("platform/siplib/sofia/", "tests/", "bench/", "fuzz/"),
     "libxml/": ("xml/", "daemons/imsfwkd/", "tests/", "bench/", "fuzz/"),
-    "libmnl/": ("daemons/imslinkevd/", "tests/"),
+    "libmnl/": ("daemons/imslinkevd/", "tests/", "fuzz/"),
     "CLI/": ("tools/",),
     "nlohmann/": ("tools/", "tests/"),
     "systemd/": ("daemons/",),
 }
 # core looks at two classes of subscriptions, and no more
 CORE_FROM_SUBSCRIPTIONS = {"subscriptions/IMS_event_mgmt.h", "subscriptions/IMS_address.h"}
+# tools use what daemons share, and no daemon
+TOOLS_FROM_DAEMONS = "daemons/common/"
 SLEEP = re.compile(r"\b(sleep|usleep|sleep_for|sleep_until|nanosleep)\s*\(")
 PUBLIC_FOLDERS = ("include", "core", "messages", "xml", "subscriptions", "registrar", "platform/baseuafw",
                   "platform/siplib")
@@ -71,6 +73,8 @@ def check_includes(path, lines):
         ours = {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib", "daemons", "tools", "tests"}
         if top in ours and top not in MAY_USE[folder]:
             breaches.append(f"{path}:{number}: {folder}/ may not use {target}")
+        if folder == "tools" and top == "daemons" and not target.startswith(TOOLS_FROM_DAEMONS):
+            breaches.append(f"{path}:{number}: tools/ may not use {target}")
         if folder == "core" and top == "subscriptions" and target not in CORE_FROM_SUBSCRIPTIONS:
             breaches.append(f"{path}:{number}: core/ may not use {target}")
 
