@@ -247,6 +247,7 @@ int IMS_socket::_select(const char* mode, std::vector<int>& readable)
 int IMS_socket::_recvfrom(int fd, void* buf, int max)
 {
     if (!buf || max <= 0) return fail(EINVAL);
+    std::lock_guard<std::mutex> guard(impl_->lock); // never in the middle of a _close
     ssize_t n = 0;
     do
         n = ::recv(fd, buf, static_cast<std::size_t>(max), MSG_DONTWAIT);

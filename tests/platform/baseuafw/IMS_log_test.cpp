@@ -15,6 +15,7 @@
 #include <memory>
 #include <sstream>
 #include <string>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -115,6 +116,25 @@ TEST(ALog, WritesOneLineOnStandardErrorByDefault)
     });
     EXPECT_EQ(child.err, "imsagent[5] enqueue: first\nimsagent[3] dequeue: second\n");
     EXPECT_EQ(child.out, "");
+}
+
+TEST(ALog, WritesEachRecordInOnePiece)
+{
+    int ends[2]; // of a kind that keeps the writes apart
+    ASSERT_EQ(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    run_in_child([&] {
+        ::dup2(ends[1], STDERR_FILENO);
+        take_options_of({"prog"});
+        IMS_log::loginfo(5, "f", "%s", "first");
+        IMS_log::loginfo(5, "f", "second\n");
+    });
+    for (const char* expected : {"prog[5] f: first\n", "prog[5] f: second\n"}) {
+        char piece[100] = {};
+        ::recv(ends[0], piece, sizeof piece - 1, MSG_DONTWAIT);
+        EXPECT_STREQ(piece, expected);
+    }
+    ::close(ends[0]);
+    ::close(ends[1]);
 }
 
 TEST(ALog, BoundsALineSoThatAPipeTakesItWhole)

@@ -69,17 +69,15 @@ TEST(ACreatedFile, MayBeMadeAnew)
 
 TEST(ACreatedFile, IsFoundAgainAfterTheWorkingDirectoryChanged)
 {
-    TempDir elsewhere;
-    const std::string path = [&] {
-        static WorkingDir here; // must outlive the scope in which it is the working directory
-        here.write("relative", "");
-        EXPECT_TRUE(remember_created_file("relative"));
-        return here.file("relative");
-    }();
-    ASSERT_EQ(::chdir(elsewhere.path().c_str()), 0);
-    remove_created_files();
-    EXPECT_FALSE(exists(path));
-    ASSERT_EQ(::chdir("/"), 0);
+    TempDir dir;
+    dir.write("relative", "");
+    const ChildResult child = run_in_child([&] {
+        if (::chdir(dir.path().c_str()) != 0 || !remember_created_file("relative")) ::_exit(1);
+        if (::chdir("/") != 0) ::_exit(2);
+        remove_created_files();
+    });
+    EXPECT_EQ(child.status, 0);
+    EXPECT_FALSE(exists(dir.file("relative")));
 }
 
 TEST(ACreatedFile, MustExist)
