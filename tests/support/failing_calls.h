@@ -1,0 +1,23 @@
+// Makes one chosen allocation or thread call of the test program fail. Link imsua_failing_calls to use it.
+//
+// Counts only calls made from the program's own objects (the libraries under test are linked into it), and
+// operator new wherever it is called from.
+#ifndef TESTS_SUPPORT_FAILING_CALLS_H_INCLUDED
+#define TESTS_SUPPORT_FAILING_CALLS_H_INCLUDED
+
+enum class Call { malloc, strdup, operator_new, pthread_create, pthread_attr_init, count };
+
+// While in scope, the `nth` call (1 = the next) fails: null, bad_alloc, or EAGAIN for the thread calls.
+class Failing {
+public:
+    Failing(Call call, int nth);
+    ~Failing();
+    Failing(const Failing&) = delete;
+    Failing& operator=(const Failing&) = delete;
+    bool has_happened() const;
+
+private:
+    Call call_;
+};
+
+#endif
