@@ -57,8 +57,10 @@ public:
     // exit (an exit handler) ends the process at once with its status. The caller holds no lock. Thread: any.
     [[noreturn]] static void fatal_exit(int status);
 
+    // NOLINTBEGIN(bugprone-reserved-identifier): the names are fixed
     static const char* __d_progname; // last part of argv[0]'s path; "" before set_options; lives for ever
     static bool __d_help;            // help was asked for
+    // NOLINTEND(bugprone-reserved-identifier)
 };
 
 #endif

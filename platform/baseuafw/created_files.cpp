@@ -2,9 +2,11 @@
 
 #include <atomic>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -30,13 +32,8 @@ char* absolute(const char* path)
     if (path[0] == '/') return ::strdup(path);
     char directory[PATH_MAX];
     if (!::getcwd(directory, sizeof directory)) return nullptr;
-    const std::size_t length = std::strlen(directory);
-    auto* whole = static_cast<char*>(std::malloc(length + 1 + std::strlen(path) + 1));
-    if (!whole) return nullptr;
-    std::memcpy(whole, directory, length);
-    whole[length] = '/';
-    std::strcpy(whole + length + 1, path);
-    return whole;
+    char* whole = nullptr;
+    return ::asprintf(&whole, "%s/%s", directory, path) < 0 ? nullptr : whole;
 }
 
 bool take(Created& file, pid_t owner)

@@ -23,7 +23,7 @@
 #include <vector>
 
 // Takes the place of the C library's for this program: what syslog was told goes to standard output.
-extern "C" void syslog(int priority, const char* format, ...)
+extern "C" __attribute__((format(printf, 2, 3))) void syslog(int priority, const char* format, ...)
 {
     va_list arguments;
     va_start(arguments, format);
