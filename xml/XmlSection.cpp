@@ -15,6 +15,17 @@ pthread_mutex_t turn = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 int depth = 0;                                         // guarded by turn
 XmlSection::End wanted_end = XmlSection::End::nothing; // guarded by turn
 
+// Makes libxml2 elect this thread. Its clean-up forgets the election, but only if the parser was started.
+void elect_this_thread()
+{
+    if (xmlIsMainThread()) return;
+    xmlCleanupParser();
+#if LIBXML_VERSION < 21100 // later ones keep no state that an unelected thread would lose
+    if (!xmlIsMainThread()) xmlCleanupThreads();
+#endif
+    xmlInitParser();
+}
+
 void finish(XmlSection::End end)
 {
     if (end == XmlSection::End::nothing) return;
@@ -30,10 +41,7 @@ XmlSection::XmlSection(Kind kind)
 {
     pthread_mutex_lock(&turn);
     const bool outermost = depth++ == 0;
-    if (kind == Kind::work && outermost && !xmlIsMainThread()) {
-        xmlCleanupParser();
-        xmlInitParser();
-    }
+    if (kind == Kind::work && outermost) elect_this_thread();
 }
 
 XmlSection::~XmlSection()
