@@ -18,6 +18,7 @@
 
 #include <string>
 
+// A SIP message on a borrowed connection; the base of every request class.
 class IMSUA_API IMS_Message {
 public:
     SIPLIB_SIPConnection* connection; // may be null
@@ -79,6 +80,7 @@ public:
     IMS_Message& operator=(const IMS_Message&) = delete;
 
 private:
+    // Whether there is a connection; logs under `operation` when there is none.
     bool connected(const char* operation) const;
     void start_request(const char* method, const char* from, const char* to, const char* contact,
                        const char* route);

@@ -9,6 +9,7 @@
 #include "messages/IMS_Message.h"
 #include "xml/XmlData.h"
 
+// A MESSAGE with its document.
 class IMSUA_API IMS_MessageMsg : public IMS_Message {
 public:
     XmlData* body; // may be null

@@ -7,6 +7,7 @@
 #include "messages/IMS_Notify.h"
 #include "xml/DALinkAvailEvXmlData.h"
 
+// A NOTIFY whose document is a DALinkAvailEvXmlData.
 class IMSUA_API IMS_NotifyDALinkAvailEv : public IMS_Notify {
 public:
     // An active NOTIFY with Expires 0 and Content-Type application/xml.

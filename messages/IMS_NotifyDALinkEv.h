@@ -7,6 +7,7 @@
 #include "messages/IMS_Notify.h"
 #include "xml/DALinkEvXmlData.h"
 
+// A NOTIFY whose document is a DALinkEvXmlData.
 class IMSUA_API IMS_NotifyDALinkEv : public IMS_Notify {
 public:
     // An active NOTIFY with Expires 1, Kiv-Profile-ID `profile` and Content-Type application/xml.

@@ -6,6 +6,7 @@
 
 #include "messages/IMS_Subscribe.h"
 
+// The one SUBSCRIBE that carries Kiv-Profile-ID.
 class IMSUA_API IMS_SubsDALinkAvailEv : public IMS_Subscribe {
 public:
     // Expires is 0 until set_expires says otherwise; no route; Kiv-Profile-ID is `profile`, also when

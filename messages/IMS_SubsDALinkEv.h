@@ -6,6 +6,7 @@
 
 #include "messages/IMS_Subscribe.h"
 
+// A SUBSCRIBE without Kiv-Profile-ID, although the NOTIFYs it brings carry one.
 class IMSUA_API IMS_SubsDALinkEv : public IMS_Subscribe {
 public:
     // Expires is 0 until set_expires says otherwise; no route, no profile.

@@ -6,6 +6,7 @@
 
 #include "messages/IMS_Subscribe.h"
 
+// A SUBSCRIBE to the registration state.
 class IMSUA_API IMS_SubsReg : public IMS_Subscribe {
 public:
     // Expires is 0 until set_expires says otherwise; no route, no profile.

@@ -6,6 +6,7 @@
 
 #include "messages/IMS_Message.h"
 
+// A SUBSCRIBE to any package.
 class IMSUA_API IMS_Subscribe : public IMS_Message {
 public:
     // Starts a SUBSCRIBE on `conn` (next hop from `route` if it is not null or empty) and sets Event,
@@ -25,6 +26,7 @@ public:
     void set_profile(int profile);
 
 private:
+    // The headers that name the package, in order.
     void set_package(const char* event, int expires, int profile);
 };
 

@@ -9,6 +9,7 @@
 #include "xml/XmlData.h"
 #include "xml/link_records.h"
 
+// Fields are read and written directly by the owner.
 class IMSUA_API DALinkAvailEvXmlData : public XmlData {
 public:
     std::string access_network; // exactly "3GPP" sends the radio details, anything else the IEEE ones

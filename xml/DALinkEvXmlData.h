@@ -12,6 +12,7 @@
 #include "xml/XmlData.h"
 #include "xml/link_records.h"
 
+// Fields are read and written directly by the owner.
 class IMSUA_API DALinkEvXmlData : public XmlData {
 public:
     THREEGPP_INFO_T coverage; // the coverage form, and nothing but it, is sent when access_type is not empty

@@ -19,6 +19,7 @@
 #include <string>
 #include <vector>
 
+// The interface that messages see; derive to add a document.
 class IMSUA_API XmlData {
 public:
     // The text of the last encodeXml, zero-terminated, owned by the document; null before the first.
@@ -69,6 +70,7 @@ protected:
     void release_encoded();
 
 private:
+    // Takes over an encoded text; 0, or -1 when out of memory (the text is freed then).
     int keep(xmlChar* text, int length);
 
     std::vector<xmlChar*> retired_; // earlier encoded texts, still readable
