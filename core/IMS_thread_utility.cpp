@@ -79,19 +79,21 @@ int IMS_thread_utility::create_thread(void* (*routine)(void*), void* arg)
     return 0;
 }
 
-// `shared` passes to the thread, or is deleted on failure.
+// `shared` passes to the thread, or is deleted on failure. The thread may use this object at once: what it
+// reads is in place before it starts, or guarded by the mutex.
 int IMS_thread_utility::start(std::shared_ptr<Run>* shared)
 {
-    const std::shared_ptr<Run> run = *shared;
-    std::lock_guard<std::mutex> guard(run->mutex); // the thread cannot end before it counts as running
+    run_ = *shared;
+    std::unique_lock<std::mutex> lock(run_->mutex);
     const int error = pthread_create(&id_, attributes_valid_ ? &attributes_ : nullptr, trampoline, shared);
     if (error != 0) {
+        lock.unlock();
+        run_.reset();
         delete shared;
         return error;
     }
     if (!attributes_valid_ && type_ == 0) pthread_detach(id_);
-    run->running = true;
-    run_ = run;
+    run_->running = true;
     return 0;
 }
 
@@ -134,7 +136,9 @@ bool IMS_thread_utility::is_running() const
 
 bool IMS_thread_utility::is_this_thread() const
 {
-    return is_running() && pthread_equal(id_, pthread_self());
+    if (!run_) return false;
+    std::lock_guard<std::mutex> guard(run_->mutex);
+    return run_->running && pthread_equal(id_, pthread_self());
 }
 
 void IMS_thread_utility::wait_until_ended() const

@@ -58,6 +58,14 @@ DialogMessageRecord* dialog_record(int result, SIPLIB_SIPObject* object)
 
 class AMainLoop : public testing::Test {
 protected:
+    // Whoever queued an element owns it until it was dispatched: nothing may stay behind.
+    ~AMainLoop() override
+    {
+        agent.on_event = nullptr;
+        agent.on_event_id = nullptr;
+        while (!agent.queue_.isEmpty())
+            agent.process_one_message();
+    }
     void turn(int times = 1)
     {
         for (int i = 0; i < times; ++i)
@@ -381,6 +389,7 @@ TEST(ManyProducers, LoseNothingAndKeepTheirOwnOrderBelowTheBound)
     struct Numbered {
         int producer, number;
     };
+    LogRecords log;
     TestAgent agent;
     std::mutex m;
     std::condition_variable room;

@@ -37,7 +37,9 @@ bool Failing::has_happened() const
     return remaining[static_cast<int>(call_)] == 0;
 }
 
-// The linker sends the program's calls of these here (--wrap); __real_ names the genuine ones.
+// The linker sends the program's calls of these here (--wrap); __real_ names the genuine ones. Visible, since
+// the sanitizers' own libraries name some of them, too.
+#pragma GCC visibility push(default)
 extern "C" {
 void* __real_malloc(std::size_t size);
 char* __real_strdup(const char* text);
@@ -64,6 +66,7 @@ int __wrap_pthread_attr_init(pthread_attr_t* attributes)
     return must_fail(Call::pthread_attr_init) ? EAGAIN : __real_pthread_attr_init(attributes);
 }
 }
+#pragma GCC visibility pop
 
 // All forms are replaced together, so that each delete meets the new that it belongs to.
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept
