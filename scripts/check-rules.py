@@ -88,8 +88,11 @@ def check_sleeps(path, lines):
 
 
 def check_comments(path, lines):
-    """Each block of declarations in an exported class, and each exported class, starts with a comment."""
+    """A public header opens with what it is; each public block of declarations in a class starts with a comment."""
+    if not lines or not lines[0].startswith("//"):
+        breaches.append(f"{path}:1: a header opens with a comment that says what it is")
     depth_of_class = None
+    hidden = False        # in the private part
     depth = 0
     fresh = True          # a block starts after a blank line, a brace or an access specifier
     commented = False
@@ -99,14 +102,17 @@ def check_comments(path, lines):
         if text.startswith("//"):
             commented, fresh = True, False
             continue
-        if is_class and not commented:
-            breaches.append(f"{path}:{number}: '{text}' has no comment")
         if is_class:
             depth_of_class = depth
+        if is_class or text in ("public:", "protected:"):
+            hidden = False
+        if text == "private:":
+            hidden = True
         inside = depth_of_class is not None and depth == depth_of_class + 1
         declares = inside and "(" in text and not text.startswith(("#", "}", ":")) and not is_class
-        trivial = re.search(r"=\s*(delete|default)|^~|^virtual ~|operator=", text)
-        if declares and fresh and not commented and not trivial and "//" not in text:
+        # destructors, copies, and what a base class already documents
+        trivial = re.search(r"=\s*(delete|default)|^~|^virtual ~|operator=|\boverride\b", text)
+        if declares and fresh and not hidden and not commented and not trivial and "//" not in text:
             breaches.append(f"{path}:{number}: '{text}' has no comment")
         depth += text.count("{") - text.count("}")
         if depth_of_class is not None and depth <= depth_of_class:

@@ -20,6 +20,7 @@ class XmlData;
 
 class IMSUA_API IMS_subscription_table {
 public:
+    // An empty table. No memory: logged at level 3, exit status 255.
     IMS_subscription_table();
     ~IMS_subscription_table();
 

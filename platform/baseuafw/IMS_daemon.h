@@ -13,6 +13,7 @@ public:
     // virtual operation, before the destructor.
     virtual void print_usage();
 
+    // Takes nothing and starts nothing: the process-wide state is in the class-wide members.
     IMS_daemon();
     virtual ~IMS_daemon();
     IMS_daemon(const IMS_daemon&) = delete;

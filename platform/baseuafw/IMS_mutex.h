@@ -11,6 +11,7 @@
 
 class BASEUAFW_API IMS_mutex {
 public:
+    // Unlocked, with nobody waiting.
     IMS_mutex();
     // Nobody may hold the lock or wait on the condition.
     ~IMS_mutex();

@@ -14,6 +14,7 @@
 
 class BASEUAFW_API IMS_socket {
 public:
+    // Empty sets. No memory or no descriptor: logged at level 3, exit status 1.
     IMS_socket();
     ~IMS_socket(); // nobody may be in an operation
     IMS_socket(const IMS_socket&) = delete;
