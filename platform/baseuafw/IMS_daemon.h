@@ -7,6 +7,7 @@
 
 #include "baseuafw/baseuafw_api.h"
 
+// The base of every daemon class. Its state is the process's, so one object a process makes sense.
 class BASEUAFW_API IMS_daemon {
 public:
     // Logs the lines of the daemon's own options at level 3 under "print_usage", and returns. The first
@@ -34,7 +35,8 @@ public:
     static int enter_service();
 
     // SIGPIPE is ignored. SIGTERM and SIGINT: clean_up, then the process ends with status 128 + signal.
-    // SIGHUP: the log file is opened anew; without a log file as SIGTERM. 0, or -1 with errno.
+    // SIGHUP: the log file is opened anew, nothing happens to a log in syslog; while the log goes to standard
+    // error, as SIGTERM, since the terminal may be gone. 0, or -1 with errno.
     static int install_signal_handlers();
 
     // Makes the process a background one: a child with a session of its own goes on, the caller's process

@@ -27,13 +27,12 @@ enum class Target { standard_error, file, syslog };
 
 struct State {
     std::atomic<int> highest_level{5};
-    std::atomic<bool> to_file{false};
+    std::atomic<Target> target{Target::standard_error}; // written under the lock
     std::atomic<bool> reopen{false};
     std::atomic<const char*> siptrace{""};
     std::mutex lock; // guards what follows, and the order of the records
     IMS_log::SINK sink = nullptr;
     void* ctx = nullptr;
-    Target target = Target::standard_error;
     int fd = -1;
     const char* path = "";
 };
@@ -111,7 +110,6 @@ void aim_at(Target target, int fd, const char* path)
     state.target = target;
     state.fd = fd;
     state.path = path;
-    state.to_file = target == Target::file;
     state.reopen = false;
     if (before >= 0) ::close(before);
 }
@@ -231,9 +229,9 @@ const char* IMS_log::siptrace_path()
 
 bool IMS_log::request_reopen()
 {
-    if (!state.to_file) return false;
-    state.reopen = true;
-    return true;
+    const Target target = state.target;
+    if (target == Target::file) state.reopen = true;
+    return target != Target::standard_error;
 }
 
 void IMS_log::leave_terminal()

@@ -13,6 +13,7 @@
 
 #include "baseuafw/baseuafw_api.h"
 
+// All operations are class-wide: there is one log.
 class BASEUAFW_API IMS_log {
 public:
     // Logs one record; `format` and what follows as in printf. A level above the highest one written costs
@@ -56,8 +57,8 @@ public:
     // stays valid for ever.
     static const char* siptrace_path();
 
-    // Makes the next record open the log file anew, for log rotation; false, and nothing happens, when the
-    // log does not write to a file. Async-signal-safe.
+    // Makes the next record open the log file anew, for log rotation; with syslog there is nothing to do.
+    // False when the log goes to standard error, thus perhaps to a terminal. Async-signal-safe.
     static bool request_reopen();
 
     // Moves the log from standard error to syslog; a log file or a chosen syslog stays as it is.

@@ -9,6 +9,7 @@
 
 #include <pthread.h>
 
+// What guards a queue between threads. Not recursive, not for several processes.
 class BASEUAFW_API IMS_mutex {
 public:
     // Unlocked, with nobody waiting.

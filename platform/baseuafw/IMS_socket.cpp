@@ -26,7 +26,8 @@ struct IMS_socket::Impl {
     std::vector<int> pinned;
     int dead = -1; // a socket without a peer, laid over pinned descriptors when they are closed
     int wakeup = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    int waiting = 0; // threads in poll
+    std::vector<pollfd> spare;   // keeps its memory from one poll to the next
+    std::atomic<int> waiting{0}; // threads in poll, or about to be with a copy of the sets
 
     ~Impl()
     {
@@ -60,18 +61,13 @@ namespace {
 // Counts a thread as waiting for as long as it is in poll, also when it is cancelled there.
 class Waiting {
 public:
-    Waiting(std::mutex& lock, int& count) : lock_(lock), count_(count) { ++count_; }
-    ~Waiting()
-    {
-        std::lock_guard<std::mutex> guard(lock_);
-        --count_;
-    }
+    explicit Waiting(std::atomic<int>& count) : count_(count) { ++count_; }
+    ~Waiting() { --count_; }
     Waiting(const Waiting&) = delete;
     Waiting& operator=(const Waiting&) = delete;
 
 private:
-    std::mutex& lock_;
-    int& count_;
+    std::atomic<int>& count_;
 };
 
 // -1 with `error`, having closed `fd` if there is one.
@@ -226,17 +222,20 @@ int IMS_socket::_select(const char* mode, std::vector<int>& readable)
 {
     readable.clear();
     try {
-        std::vector<pollfd> polled{{impl_->wakeup, POLLIN, 0}};
+        std::vector<pollfd> polled;
         std::unique_lock<std::mutex> guard(impl_->lock);
+        polled.swap(impl_->spare);
+        polled.assign(1, {impl_->wakeup, POLLIN, 0});
         impl_->sets.append_to(polled, baseuafw::events_of(mode));
         {
-            Waiting waiting(impl_->lock, impl_->waiting);
+            const Waiting waiting(impl_->waiting);
             guard.unlock();
             if (::poll(polled.data(), polled.size(), -1) < 0) return -1;
         }
         if (polled[0].revents != 0) impl_->rest();
         guard.lock();
         impl_->sets.take_readable(polled, 1, readable);
+        polled.swap(impl_->spare);
         return static_cast<int>(readable.size());
     } catch (const std::bad_alloc&) {
         readable.clear();

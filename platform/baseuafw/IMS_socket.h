@@ -12,11 +12,13 @@
 #include <string>
 #include <vector>
 
+// The socket operations of a daemon, and the read set and write set of descriptors it watches.
 class BASEUAFW_API IMS_socket {
 public:
     // Empty sets. No memory or no descriptor: logged at level 3, exit status 1.
     IMS_socket();
-    ~IMS_socket(); // nobody may be in an operation
+    // Nobody may be in an operation. Watched descriptors stay open.
+    ~IMS_socket();
     IMS_socket(const IMS_socket&) = delete;
     IMS_socket& operator=(const IMS_socket&) = delete;
 

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+// A name for the functions below; all are class-wide.
 class BASEUAFW_API IMS_utility {
 public:
     // Splits `text` at every character that stands in `delimiters` and replaces `tokens` by the pieces in

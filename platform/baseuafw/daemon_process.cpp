@@ -72,7 +72,8 @@ bool write_all(int fd, const std::string& text)
 int replace_file(const std::string& path, const std::string& text)
 {
     const std::string fresh = path + ".new";
-    const int fd = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC | O_NOFOLLOW, 0644);
+    ::unlink(fresh.c_str()); // one that a crash left, or that somebody laid there for us to write through
+    const int fd = ::open(fresh.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
     if (fd < 0) return errno;
     int error = write_all(fd, text) ? 0 : errno;
     ::close(fd);

@@ -325,6 +325,13 @@ TEST(ALogFile, IsKeptWhenItCannotBeOpenedAnew)
 TEST(ALogFile, IsTheOnlyThingOpenedAnew)
 {
     EXPECT_FALSE(IMS_log::request_reopen()); // standard error
+    const ChildResult child = run_in_child([] {
+        take_options_of({"prog", "-logsyslog"});
+        if (!IMS_log::request_reopen()) ::_exit(1);
+        IMS_log::loginfo(4, "f", "text");
+    });
+    EXPECT_EQ(child.status, 0);
+    EXPECT_EQ(child.out, "<4>f: text\n");
 }
 
 TEST(TheSyslogOption, SendsRecordsToSyslogWithTheirLevelAsPriority)

@@ -2,6 +2,8 @@
 
 #include "baseuafw/IMS_daemon.h"
 #include "tests/platform/baseuafw/blocked_thread.h"
+#include "tests/platform/baseuafw/failing_new.h"
+#include "tests/support/child.h"
 #include "tests/support/log_records.h"
 #include "tests/support/temp_dir.h"
 
@@ -25,6 +27,8 @@ bool close_on_exec(int fd)
 {
     return (::fcntl(fd, F_GETFD) & FD_CLOEXEC) != 0;
 }
+
+constexpr char longish[] = "a-name-that-no-string-holds-without-an-allocation.sock";
 
 class ASocket : public ::testing::Test {
 protected:
@@ -94,7 +98,48 @@ protected:
     }
     int ours = -1;
     int peer = -1;
+    int lines = 0;
 };
+
+TEST_F(ASocket, EndsTheProcessWhenThereIsNoMemoryForItsObject)
+{
+    const ChildResult child = run_in_child([] {
+        FailingNew fail(0);
+        IMS_socket second;
+    });
+    EXPECT_EQ(child.status, 1);
+    EXPECT_NE(child.err.find("[3] IMS_socket: "), std::string::npos);
+}
+
+TEST_F(ASocket, EndsTheProcessWhenThereIsNoDescriptorForItsObject)
+{
+    const ChildResult child = run_in_child([] {
+        rlimit none{};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+        IMS_socket second;
+    });
+    EXPECT_EQ(child.status, 1);
+    EXPECT_NE(child.err.find("[3] IMS_socket: "), std::string::npos);
+}
+
+TEST_F(ASocket, StandsNowhereWhenMemoryIsOut)
+{
+    FailingNew fail(0);
+    EXPECT_TRUE(IMS_socket::path_of(longish).empty());
+}
+
+TEST_F(ASocket, IsNotOpenedWhenMemoryIsOut)
+{
+    LogRecords log;
+    IMS_log::set_sink([](void*, int, const char*, const char*) {}, nullptr);
+    int result = 0;
+    {
+        FailingNew fail(0);
+        result = sock._socket(longish, "unix", "stream");
+    }
+    EXPECT_EQ(result, -1);
+    EXPECT_EQ(errno, ENOMEM);
+}
 
 TEST_F(ASocket, StandsInTheSocketDirectory)
 {
@@ -303,6 +348,43 @@ TEST_F(AConnection, ClosedBehindOurBackLeavesTheSets)
         [&] { EXPECT_EQ(readable(), Descriptors{}); }); // it would spin if it were still there
     EXPECT_FALSE(blocks.ended());
     sock._wake();
+}
+
+TEST_F(AConnection, IsNotWatchedWhenMemoryIsOut)
+{
+    LogRecords log;
+    IMS_log::set_sink([](void* ctx, int, const char*, const char*) { ++*static_cast<int*>(ctx); }, &lines);
+    {
+        FailingNew fail(0);
+        sock._set(ours, "r");
+        sock._pin(ours);
+    }
+    EXPECT_EQ(lines, 2);
+    peer_sends("x");
+    sock._wake();
+    EXPECT_EQ(readable(), Descriptors{});
+    EXPECT_EQ(sock._close(ours), 0); // not pinned: really closed
+    EXPECT_EQ(sock._close(ours), -1);
+    ours = -1;
+}
+
+TEST_F(AConnection, SelectFailsWhenMemoryIsOut)
+{
+    sock._set(ours, "r");
+    peer_sends("x");
+    Descriptors found;
+    int granted = 0;
+    for (int result = -1; result < 0; ++granted) {
+        FailingNew fail(granted);
+        found = Descriptors();
+        result = sock._select("r", found);
+        if (fail.failed()) {
+            ASSERT_EQ(result, -1);
+            ASSERT_EQ(errno, ENOMEM);
+        }
+    }
+    EXPECT_EQ(found, Descriptors{ours});
+    EXPECT_GT(granted, 1);
 }
 
 TEST_F(AConnection, OddArgumentsChangeNothing)

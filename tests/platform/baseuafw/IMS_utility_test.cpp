@@ -1,5 +1,8 @@
 #include "baseuafw/IMS_utility.h"
 
+#include "baseuafw/IMS_log.h"
+#include "tests/platform/baseuafw/failing_new.h"
+
 #include <climits>
 #include <gtest/gtest.h>
 
@@ -69,6 +72,28 @@ TEST(ATokenizer, TakesAsDelimitersAnElementOfItsOwnResult)
     Texts tokens{";"};
     IMS_utility::tokenize("one;two", tokens, tokens[0]);
     EXPECT_EQ(tokens, (Texts{"one", "two"}));
+}
+
+TEST(ATokenizer, GivesNothingWhenMemoryIsOut)
+{
+    const std::string text(100, ';');
+    int granted = 0;
+    int lines = 0;
+    IMS_log::set_sink(
+        [](void* ctx, int level, const char*, const char*) { *static_cast<int*>(ctx) += level == 3; },
+        &lines);
+    for (bool failed = true; failed; ++granted) {
+        Texts tokens{"left over"};
+        {
+            FailingNew fail(granted);
+            IMS_utility::tokenize(text, tokens, ";");
+            failed = fail.failed();
+        }
+        EXPECT_EQ(tokens.size(), failed ? 0u : 101u) << granted;
+    }
+    IMS_log::set_sink(nullptr, nullptr);
+    EXPECT_GT(granted, 1);
+    EXPECT_EQ(lines, granted - 1);
 }
 
 TEST(ADecimalText, CoversTheWholeRange)

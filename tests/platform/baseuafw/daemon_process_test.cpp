@@ -188,6 +188,19 @@ TEST(APidFile, ReplacesAnOlderOne)
     take_options_of({"prog"});
 }
 
+TEST(APidFile, IsNotWrittenThroughALinkLaidInItsWay)
+{
+    TempDir dir;
+    dir.write("precious", "text");
+    ASSERT_EQ(::symlink("precious", dir.file("pid.new").c_str()), 0);
+    take_options_of({"prog", "-pidfile", dir.file("pid")});
+    EXPECT_EQ(IMS_daemon::write_pidfile(), 0);
+    EXPECT_EQ(dir.read("precious"), "text");
+    EXPECT_EQ(dir.read("pid"), number(::getpid()) + "\n");
+    IMS_daemon::clean_up();
+    take_options_of({"prog"});
+}
+
 TEST(APidFile, IsNotWrittenUnlessAskedFor)
 {
     WorkingDir here;
@@ -247,6 +260,16 @@ TEST(ASignal, ToHangUpOpensTheLogFileAnew)
     EXPECT_EQ(child.status, 0);
     EXPECT_EQ(dir.read("log.1"), "prog[4] f: first\n");
     EXPECT_EQ(dir.read("log"), "prog[4] f: second\n");
+}
+
+TEST(ASignal, ToHangUpIsNothingToADaemonThatLogsToSyslog)
+{
+    const ChildResult child = run_in_child([] {
+        take_options_of({"prog", "-logsyslog"});
+        IMS_daemon::install_signal_handlers();
+        ::raise(SIGHUP);
+    });
+    EXPECT_EQ(child.status, 0);
 }
 
 TEST(ASignal, InAForkedChildLeavesTheParentsFiles)
