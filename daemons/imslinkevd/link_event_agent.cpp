@@ -19,7 +19,7 @@ constexpr const char* ENDING = "probation;retry-after=2";
 } // namespace
 
 Link_event_agent::Link_event_agent()
-    : events_(watcher_,
+    : events_(&watcher_,
               [this](News news) { fill_queue_and_send_signal(static_cast<MSG_TYPE>(news), nullptr); }),
       sluice_(*this)
 {
@@ -107,7 +107,7 @@ unsigned short Link_event_agent::handle_event(unsigned int event_id, void* data)
         auto& connection = *static_cast<SIPLIB_SIPConnection*>(data);
         kind == MSG_TYPE_SIP_REQUEST ? on_request(connection) : on_response(connection);
         sluice_.taken();
-    } else if (kind == static_cast<MSG_TYPE>(News::links)) {
+    } else if (kind == static_cast<MSG_TYPE>(News::watched)) {
         on_links();
     } else if (kind == static_cast<MSG_TYPE>(News::clock)) {
         events_.taken(News::clock);
@@ -122,7 +122,7 @@ unsigned short Link_event_agent::handle_event(unsigned int event_id, void* data)
 
 void Link_event_agent::on_links()
 {
-    events_.taken(News::links); // before reading: what changes from now on is news again
+    events_.taken(News::watched); // before reading: what changes from now on is news again
     subscriptions_->set_links(filter_.reports(watcher_.links()));
 }
 

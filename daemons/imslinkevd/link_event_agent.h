@@ -9,7 +9,8 @@
 #define IMSLINKEVD_LINK_EVENT_AGENT_H_INCLUDED
 
 #include "core/IMS_User_Agent.h"
-#include "daemons/imslinkevd/event_thread.h"
+#include "daemons/common/event_thread.h"
+#include "daemons/imslinkevd/link_watcher.h"
 #include "daemons/imslinkevd/settings.h"
 #include "daemons/imslinkevd/sip_sluice.h"
 

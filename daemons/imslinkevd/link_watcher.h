@@ -8,6 +8,7 @@
 #ifndef IMSLINKEVD_LINK_WATCHER_H_INCLUDED
 #define IMSLINKEVD_LINK_WATCHER_H_INCLUDED
 
+#include "daemons/common/event_thread.h"
 #include "daemons/imslinkevd/link_sync.h"
 #include "daemons/imslinkevd/netlink_socket.h"
 
@@ -15,9 +16,8 @@
 #include <cstdint>
 #include <mutex>
 
-class Link_watcher {
+class Link_watcher : public Watched {
 public:
-    using Time = std::chrono::steady_clock::time_point;
     static constexpr std::chrono::milliseconds RETRY{200};
     static constexpr std::chrono::seconds DUMP_PATIENCE{5};
     static constexpr int BUFFER_SIZE = 1 << 20; // bytes of messages that the kernel may keep for us
@@ -25,14 +25,14 @@ public:
     explicit Link_watcher(int buffer_size = BUFFER_SIZE) : buffer_size_(buffer_size) {}
 
     // Opens the socket and asks for the first dump; a failure is logged and tried again by on_time().
-    void open(Time now);
-    int fd() const { return socket_.fd(); } // changes when the watcher starts over
+    void open(Time now) override;
+    int fd() const override { return socket_.fd(); } // changes when the watcher starts over
 
     // Each is true when links() has changed.
-    bool on_readable(Time now);
-    bool on_time(Time now);
+    bool on_readable(Time now) override;
+    bool on_time(Time now) override;
     // When on_time() is due; Time::max() for never.
-    Time due() const { return due_; }
+    Time due() const override { return due_; }
 
     std::vector<Link> links() const;
     // How often the picture had to be read anew.

@@ -41,7 +41,7 @@ auto fields(const Subscription_key& k)
 
 std::string active_state(Time expires_at, Time now)
 {
-    const auto left = std::chrono::duration_cast<Seconds>(expires_at - now).count();
+    const auto left = std::chrono::ceil<Seconds>(expires_at - now).count();
     return "active;expires=" + std::to_string(left > 0 ? left : 0);
 }
 

@@ -1,17 +1,46 @@
-#include "daemons/imslinkevd/event_thread.h"
+#include "daemons/common/event_thread.h"
 
 #include <condition_variable>
 #include <csignal>
 #include <gtest/gtest.h>
+#include <map>
+#include <mutex>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
+// Readable whenever a test pokes it; wants on_time() as soon as it is open.
+struct Pokable : Watched {
+    ~Pokable() override { ::close(event); }
+    void open(Time now) override { time = now; }
+    int fd() const override { return event; }
+    bool on_readable(Time) override
+    {
+        std::uint64_t count = 0;
+        return ::read(event, &count, sizeof count) == sizeof count;
+    }
+    bool on_time(Time now) override
+    {
+        if (now < time) return false;
+        time = Time::max();
+        return true;
+    }
+    Time due() const override { return time; }
+    void poke() const
+    {
+        const std::uint64_t one = 1;
+        EXPECT_EQ(::write(event, &one, sizeof one), static_cast<ssize_t>(sizeof one));
+    }
+    const int event = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    Time time = Time::max();
+};
+
 // Counts what is posted.
 struct AnEventThread : ::testing::Test {
-    AnEventThread() : thread(watcher, [this](News news) { on(news); }) {}
+    AnEventThread() : thread(&watched, [this](News news) { on(news); }) {}
 
     void on(News news)
     {
@@ -34,15 +63,25 @@ struct AnEventThread : ::testing::Test {
     std::mutex mutex;
     std::condition_variable changed;
     std::map<int, int> counts;
-    Link_watcher watcher;
+    Pokable watched;
     Event_thread thread;
 };
 
-TEST_F(AnEventThread, PostsTheLinksAtStart)
+TEST_F(AnEventThread, PostsWhatIsWatchedWhenItIsReadableAndWhenItsTimeHasCome)
 {
     ASSERT_TRUE(thread.start());
-    EXPECT_TRUE(comes(News::links));
-    EXPECT_FALSE(watcher.links().empty());
+    ASSERT_TRUE(comes(News::watched)) << "its time came at once";
+    thread.taken(News::watched);
+    watched.poke();
+    EXPECT_TRUE(comes(News::watched, 2));
+}
+
+TEST_F(AnEventThread, NeedsNothingToWatch)
+{
+    Event_thread bare(nullptr, [this](News news) { on(news); });
+    ASSERT_TRUE(bare.start());
+    bare.wake_at(Clock::now());
+    EXPECT_TRUE(comes(News::clock));
 }
 
 TEST_F(AnEventThread, PostsTheClockAtItsTimeAndOnlyOnceUntilItIsTaken)

@@ -1,4 +1,4 @@
-#include "daemons/imslinkevd/event_thread.h"
+#include "daemons/common/event_thread.h"
 
 #include "baseuafw/baseuafw.h"
 
@@ -46,7 +46,7 @@ void close_fd(int& fd)
 
 } // namespace
 
-Event_thread::Event_thread(Link_watcher& watcher, Post post) : watcher_(watcher), post_(std::move(post))
+Event_thread::Event_thread(Watched* watched, Post post) : watched_(watched), post_(std::move(post))
 {
     const sigset_t set = ending_signals();
     clock_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
@@ -123,27 +123,31 @@ void Event_thread::take_signal()
 
 void Event_thread::run()
 {
-    watcher_.open(std::chrono::steady_clock::now());
+    if (watched_ != nullptr) watched_->open(std::chrono::steady_clock::now());
     while (running_)
         turn();
 }
 
 void Event_thread::turn()
 {
-    // A closed socket is -1, which poll ignores.
+    const int watched_fd = watched_ != nullptr ? watched_->fd() : -1; // poll ignores -1
+    const Time due = watched_ != nullptr ? watched_->due() : Time::max();
     std::array<pollfd, 4> set{
-        {{watcher_.fd(), POLLIN, 0}, {clock_, POLLIN, 0}, {stopper_, POLLIN, 0}, {signals_, POLLIN, 0}}};
-    const int patience = milliseconds_until(watcher_.due(), std::chrono::steady_clock::now());
+        {{watched_fd, POLLIN, 0}, {clock_, POLLIN, 0}, {stopper_, POLLIN, 0}, {signals_, POLLIN, 0}}};
+    const int patience = milliseconds_until(due, std::chrono::steady_clock::now());
     if (::poll(set.data(), set.size(), patience) < 0) return; // interrupted
-    const auto now = std::chrono::steady_clock::now();
-    bool changed = false;
-    if (set[0].revents != 0) changed = watcher_.on_readable(now);
-    changed = watcher_.on_time(now) || changed;
-    if (changed) post(News::links);
+    if (watched_ != nullptr) turn_watched(set[0].revents != 0);
     if (set[1].revents != 0) {
         drain(clock_);
         post(News::clock);
     }
     if (set[2].revents != 0) drain(stopper_);
     if (set[3].revents != 0) take_signal();
+}
+
+void Event_thread::turn_watched(bool is_readable)
+{
+    const auto now = std::chrono::steady_clock::now();
+    const bool news = is_readable && watched_->on_readable(now);
+    if (watched_->on_time(now) || news) post(News::watched);
 }
