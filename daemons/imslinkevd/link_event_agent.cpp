@@ -1,6 +1,6 @@
 #include "daemons/imslinkevd/link_event_agent.h"
 
-#include "daemons/common/header_value.h"
+#include "daemons/common/random_tag.h"
 #include "daemons/common/service_notify.h"
 #include "daemons/imslinkevd/notify_documents.h"
 #include "daemons/imslinkevd/sip_values.h"

@@ -4,8 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
-#include <random>
 
 namespace {
 
@@ -44,13 +42,4 @@ Seconds retry_after_of(SIPLIB_SIPConnection& connection)
     std::uint32_t seconds = 0;
     if (!parse_seconds(text, seconds)) return Seconds(0);
     return Seconds(std::min<std::uint32_t>(seconds, 3600));
-}
-
-std::string random_tag()
-{
-    std::random_device source; // getrandom(2)
-    char text[17];
-    std::snprintf(text, sizeof text, "%08x%08x", static_cast<unsigned>(source()),
-                  static_cast<unsigned>(source()));
-    return text;
 }

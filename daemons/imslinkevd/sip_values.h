@@ -13,7 +13,4 @@ bool read_headers(SIPLIB_SIPConnection& connection, Subscribe_headers& headers);
 // The Retry-After of a response; 0 without one or with a broken one. At most an hour.
 Seconds retry_after_of(SIPLIB_SIPConnection& connection);
 
-// A tag that nobody can guess (RFC 3261 19.3 wants 32 random bits; this has 64).
-std::string random_tag();
-
 #endif

@@ -1,6 +1,6 @@
 #include "daemons/imslinkevd/link_event_agent.h"
 
-#include "tests/daemons/imslinkevd/fake_sip.h"
+#include "tests/support/fake_sip.h"
 #include "tests/support/log_records.h"
 #include "tests/support/temp_dir.h"
 

@@ -1,7 +1,7 @@
 #include "daemons/imslinkevd/sip_sluice.h"
 
 #include "core/IMS_User_Agent.h"
-#include "tests/daemons/imslinkevd/fake_sip.h"
+#include "tests/support/fake_sip.h"
 #include "tests/support/log_records.h"
 
 #include <gtest/gtest.h>

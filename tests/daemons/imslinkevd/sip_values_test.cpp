@@ -1,9 +1,8 @@
 #include "daemons/imslinkevd/sip_values.h"
 
-#include "tests/daemons/imslinkevd/fake_sip.h"
+#include "tests/support/fake_sip.h"
 
 #include <gtest/gtest.h>
-#include <set>
 
 namespace {
 
@@ -31,15 +30,6 @@ TEST(TheRetryAfterOfAResponse, IsReadWithoutItsCommentAndBounded)
         response.received["Retry-After"] = row.first;
         EXPECT_EQ(retry_after_of(response), Seconds(row.second)) << row.first;
     }
-}
-
-TEST(ARandomTag, IsNeverTheSame)
-{
-    std::set<std::string> tags;
-    for (int i = 0; i < 1000; ++i)
-        tags.insert(random_tag());
-    EXPECT_EQ(tags.size(), 1000u);
-    EXPECT_EQ(tags.begin()->size(), 16u);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Stand-ins for the SIP library's objects: they record what is set and sent, and never send anything.
-#ifndef TESTS_IMSLINKEVD_FAKE_SIP_H_INCLUDED
-#define TESTS_IMSLINKEVD_FAKE_SIP_H_INCLUDED
+#ifndef TESTS_SUPPORT_FAKE_SIP_H_INCLUDED
+#define TESTS_SUPPORT_FAKE_SIP_H_INCLUDED
 
 #include "siplib/SIPLIB.h"
 
