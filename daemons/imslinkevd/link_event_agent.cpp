@@ -88,6 +88,7 @@ bool Link_event_agent::is_over() const
 void Link_event_agent::run()
 {
     service_notify("READY=1");
+    IMS_log::loginfo(5, "run", "serving at %s", __ua_myuri.c_str());
     while (!is_over())
         process_one_message();
     if (subscriptions_->size() > 0)

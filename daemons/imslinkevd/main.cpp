@@ -48,7 +48,7 @@ int serve(Link_event_agent& agent, int argc, char** argv)
     }
     Event_thread::take_signals();
     SIPLIB_StackCfg stack{};
-    IMS_User_Agent::init_sipstack_info(stack, nullptr);
+    IMS_User_Agent::init_sipstack_info(stack, "/sipstackinit/linkev/");
     if (SIPLIB_SIPStart(&stack) != SIPLIB_OK) {
         IMS_log::loginfo(3, "main", "cannot start the SIP stack");
         return FAILED;
