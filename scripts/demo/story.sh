@@ -21,6 +21,7 @@ fi
 
 dir=$(mktemp -d "${TMPDIR:-/tmp}/imsua-story-XXXXXX")
 cd "$dir"
+# shellcheck disable=SC2034 # read through their names
 pids=() notifier="" framework="" # process ids; start() sets the variables named after the programs
 passed=no
 
