@@ -30,7 +30,7 @@ public:
     void set_options(int argc, char** argv);
 
     // What a daemon calls once between its options and its first thread: keeps descriptors 0 to 2 from
-    // being given out, goes to the background if asked (daemonize), installs the signal handlers and writes
+    // being given out, installs the signal handlers, goes to the background if asked (daemonize), and writes
     // the pid file if asked. 0, or -1 after a level 4 line.
     static int enter_service();
 
@@ -42,8 +42,9 @@ public:
     // Makes the process a background one: a child with a session of its own goes on, the caller's process
     // ends with 0 once the child is there and has its pid file (1 if it failed). The working directory stays;
     // descriptors 0 to 2 lead to /dev/null; a log to standard error goes to syslog from then on. Call it
-    // before any thread: a child has only the calling one. 0 in the child; -1 with errno, and the caller's
-    // process goes on in the foreground, when there is no child; -1 in the child when the pid file failed.
+    // before any thread: a child has only the calling one. 0 in the child; -1 with errno and a level 4 line,
+    // and the caller's process goes on in the foreground, when there is no child; -1 in the child when the
+    // pid file failed.
     static int daemonize();
 
     // Writes the process id and a line feed to the file of -pidfile, mode 0644, in one step (a reader never

@@ -47,10 +47,25 @@ int open_null()
     ::_exit(n == 1 ? 0 : 1);
 }
 
-int become_background(pid_t parent, int null, int report)
+// Forks with every signal blocked, so that none ends the parent, with its clean-up, in the child's stead:
+// the parent keeps them blocked to its end. As fork().
+pid_t fork_successor()
+{
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    ::pthread_sigmask(SIG_SETMASK, &all, &before);
+    const pid_t parent = ::getpid();
+    std::fflush(nullptr); // what is buffered would be written twice
+    const pid_t child = ::fork();
+    if (child == 0) baseuafw::adopt_created_files(parent);
+    if (child <= 0) ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return child;
+}
+
+int become_background(int null, int report)
 {
     ::setsid();
-    baseuafw::adopt_created_files(parent);
     const int result = IMS_daemon::write_pidfile(); // its failure is still seen on the terminal
     if (result == 0) ::send(report, "", 1, MSG_NOSIGNAL);
     ::close(report);
@@ -115,24 +130,24 @@ int IMS_daemon::install_signal_handlers()
 int IMS_daemon::daemonize()
 {
     const int null = open_null();
-    if (null < 0) return -1;
-    int report[2] = {-1, -1};
-    pid_t child = -1;
-    const pid_t parent = ::getpid();
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, report) == 0) {
-        std::fflush(nullptr); // what is buffered would be written twice
-        child = ::fork();
+    if (null < 0) {
+        log_failure("daemonize", "/dev/null", errno);
+        return -1;
     }
+    int report[2] = {-1, -1};
+    const bool paired = ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, report) == 0;
+    const pid_t child = paired ? fork_successor() : -1;
     if (child < 0) {
         const int error = errno;
         for (const int fd : {null, report[0], report[1]})
             if (fd >= 0) ::close(fd);
+        log_failure("daemonize", "cannot go to the background", error);
         errno = error;
         return -1;
     }
     ::close(report[child > 0 ? 1 : 0]);
     if (child > 0) end_parent(report[0]);
-    return become_background(parent, null, report[1]);
+    return become_background(null, report[1]);
 }
 
 int IMS_daemon::write_pidfile()
@@ -153,18 +168,11 @@ int IMS_daemon::enter_service()
 {
     const int null = open_null();
     if (null >= 0) ::close(null);
-    if (daemon_options.background) {
-        if (daemonize() != 0) {
-            log_failure("enter_service", "cannot go to the background", errno);
-            return -1;
-        }
-    } else if (write_pidfile() != 0)
-        return -1;
     if (install_signal_handlers() != 0) {
         log_failure("enter_service", "cannot install signal handlers", errno);
         return -1;
     }
-    return 0;
+    return daemon_options.background ? daemonize() : write_pidfile();
 }
 
 void IMS_daemon::clean_up()

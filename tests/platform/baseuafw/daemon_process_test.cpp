@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -118,6 +119,43 @@ TEST(ABackgroundProcess, OwnsTheFilesMadeBeforeIt)
     });
     EXPECT_EQ(parent.status, 0);
     EXPECT_EQ(answer.take(), "10");
+}
+
+TEST(ABackgroundProcess, StillTakesSignals)
+{
+    WorkingDir here;
+    Answer answer;
+    const ChildResult parent = run_in_child([&] {
+        IMS_socket sock;
+        sock._socket("agent.sock", "unix", "stream");
+        IMS_daemon::install_signal_handlers();
+        IMS_daemon::daemonize();
+        answer.give("started");
+        ::raise(SIGTERM);
+        answer.give(" still here");
+    });
+    EXPECT_EQ(parent.status, 0);
+    EXPECT_EQ(answer.take(), "started");
+    EXPECT_FALSE(exists(here.file("agent.sock")));
+}
+
+TEST(ABackgroundProcess, IsNotThereWhenTheSystemRefusesIt)
+{
+    Answer answer;
+    const ChildResult parent = run_in_child([&] {
+        for (int fd = ::dup(0); fd >= 0; fd = ::dup(0)) // none left but for /dev/null
+            if (fd > 500) break;
+        rlimit few{};
+        ::getrlimit(RLIMIT_NOFILE, &few);
+        few.rlim_cur = 503;
+        ::setrlimit(RLIMIT_NOFILE, &few);
+        const pid_t before = ::getpid();
+        const int result = IMS_daemon::daemonize();
+        answer.give(number(result) + (errno == EMFILE && ::getpid() == before ? " same process" : ""));
+    });
+    EXPECT_EQ(parent.status, 0);
+    EXPECT_EQ(answer.take(), "-1 same process");
+    EXPECT_NE(parent.err.find("[4] daemonize: cannot go to the background: "), std::string::npos);
 }
 
 TEST(ABackgroundProcess, GivesNoStandardDescriptorAwayWhenStartedWithoutThem)
