@@ -38,7 +38,7 @@ public:
     // Comes to rest first: takes the listener out of the notifiers it opened (which waits for a callback
     // that is running) and stops the agent's thread, unless called on it. Elements still queued are not
     // freed. The SIP library must still be up: call SIPLIB_SIPStop afterwards.
-    virtual ~IMS_User_Agent();
+    ~IMS_User_Agent() override;
 
     // ---- options (main thread, before everything else) ----
 
@@ -168,6 +168,7 @@ public:
     static int create_cap_file(int count, ...);
 
     // ---- class-wide ----
+    // NOLINTBEGIN(bugprone-reserved-identifier): the names are fixed
     static int __ua_tapi_listenfd; // telephony: listening socket, -1 = none
     static int __ua_tapi_syncfd;   // telephony: synchronous connection, -1 = none
     static int __ua_tapi_asyncfd;  // telephony: asynchronous connection, -1 = none
@@ -182,6 +183,7 @@ public:
     static std::string& __ua_myuri;             // this agent's URI, in angle brackets
     static std::string& __ua_proxy;             // outbound proxy, empty = none
     static SIPLIB_SIPConnector& __ua_connector; // opens every SIP connection
+    // NOLINTEND(bugprone-reserved-identifier)
 
     IMS_User_Agent(const IMS_User_Agent&) = delete;
     IMS_User_Agent& operator=(const IMS_User_Agent&) = delete;

@@ -27,7 +27,7 @@ enum : MSG_TYPE {
     MSG_TYPE_FWK = 11
 };
 enum QUEUE_STATUS : int { QUEUE_OVERFLOW = 0, QUEUE_UNDERFLOW = 1, QUEUE_NULL_ELEMENT = 2, QUEUE_OK = 3 };
-struct _Q_ELEMENT_T {
+struct _Q_ELEMENT_T { // NOLINT(bugprone-reserved-identifier): the name is fixed
     MSG_TYPE msg_type;
     void* data;
 };
@@ -74,7 +74,7 @@ struct IMS_STATE_TBL_T {
 enum : std::uint32_t { IMS_TABLE_END = 255 };
 typedef int THREAD_TYPE;
 
-struct _SUBS_TBL_ENTRY_T {
+struct _SUBS_TBL_ENTRY_T { // NOLINT(bugprone-reserved-identifier): the name is fixed
     char* contact;
     char* event_package;
     std::int32_t expires;
@@ -88,7 +88,8 @@ static_assert(offsetof(TAC_MSG_S, tac_type) == 0 && offsetof(TAC_MSG_S, tac_ref)
               "first 12 bytes = wire");
 static_assert(offsetof(_Q_ELEMENT_T, msg_type) == 0 && sizeof(MSG_TYPE) == 4, "");
 static_assert(offsetof(IMS_MAPPED_MSG_S, body_len) == 4, "");
-static_assert(std::is_trivially_copyable<TAC_MSG_S>::value && std::is_standard_layout<TAC_MSG_S>::value, "");
+static_assert(std::is_trivially_copyable<TAC_MSG_S>::value, "");
+static_assert(std::is_standard_layout<TAC_MSG_S>::value, "");
 #if UINTPTR_MAX == 0xffffffffu // the target: 32-bit ARM
 static_assert(sizeof(TAC_MSG_S) == 16 && offsetof(TAC_MSG_S, body) == 12, "");
 static_assert(sizeof(_Q_ELEMENT_T) == 8 && offsetof(_Q_ELEMENT_T, data) == 4, "");

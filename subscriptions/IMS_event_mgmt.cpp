@@ -29,7 +29,10 @@ Owners::iterator find_owner(const std::string& event)
 // The capability files of the working directory, in order of their names; releases what glob allocated.
 struct CapabilityFiles {
     glob_t found = {};
-    CapabilityFiles() { ::glob("*.cap", 0, nullptr, &found); }
+    CapabilityFiles()
+    {
+        ::glob("*.cap", 0, nullptr, &found); // NOLINT(concurrency-mt-unsafe): no tilde, no user database
+    }
     ~CapabilityFiles() { ::globfree(&found); }
     CapabilityFiles(const CapabilityFiles&) = delete;
     CapabilityFiles& operator=(const CapabilityFiles&) = delete;
@@ -45,8 +48,6 @@ IMS_event_mgmt::IMS_event_mgmt()
 {
     evlist.clear();
 }
-
-IMS_event_mgmt::~IMS_event_mgmt() = default;
 
 void IMS_event_mgmt::add_owner(std::string event, std::string header, std::string address)
 {

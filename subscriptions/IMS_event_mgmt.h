@@ -19,7 +19,7 @@ class IMSUA_API IMS_event_mgmt {
 public:
     // Empties the shared list: constructing an object is the way to reset it. All else is static.
     IMS_event_mgmt();
-    ~IMS_event_mgmt();
+    ~IMS_event_mgmt() = default;
 
     // Appends a record; does nothing when one of the three texts is empty. `header` names the header whose
     // value `address` is.

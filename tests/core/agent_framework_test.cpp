@@ -1,5 +1,6 @@
 #include "tests/core/class_wide.h"
 #include "tests/core/fake_store.h"
+#include "tests/platform/baseuafw/stand_in_daemon.h"
 #include "tests/support/log_records.h"
 
 #include <gtest/gtest.h>
@@ -44,6 +45,33 @@ TEST_F(TheFramework, IsClosedWithoutHavingBeenOpened)
     const auto records = log.of("close_framework_sockets");
     ASSERT_FALSE(records.empty());
     EXPECT_EQ(records[0], pointers("close_framework_sockets", "(nil)", "(nil)"));
+}
+
+// Over real sockets, with a daemon that knows one value.
+TEST_F(TheFramework, IsReachedOnThePortsOfTheOptions)
+{
+    StandInDaemon daemon([](const std::string& request) -> std::string {
+        if (request == "SYNC") return "GO";
+        return request == "GET sipstackinit\n/sipstackinit/default/T1" ? "1\n750" : "0";
+    });
+    std::string sync = daemon.sync_text(), async = daemon.async_text();
+    Agent::__ua_arg_fwksyncport = sync.data();
+    Agent::__ua_arg_fwkasyncport = async.data();
+    ASSERT_EQ(Agent::open_framework_sockets(), 1);
+    EXPECT_NE(Agent::__ua_fwk_connector, nullptr);
+    ASSERT_NE(Agent::__ua_fwk_intf, nullptr);
+    Agent::wait_for_framework_init();
+    SIPLIB_StackCfg cfg = {};
+    Agent::init_sipstack_info(cfg, nullptr);
+    EXPECT_EQ(cfg.T1, 750);
+
+    const std::string connector = printed(Agent::__ua_fwk_connector), intf = printed(Agent::__ua_fwk_intf);
+    EXPECT_EQ(Agent::close_framework_sockets(), 1);
+    EXPECT_EQ(log.of("close_framework_sockets").at(0), pointers("close_framework_sockets", connector, intf));
+    EXPECT_EQ(Agent::__ua_fwk_connector, nullptr);
+    EXPECT_EQ(Agent::__ua_fwk_intf, nullptr);
+    std::string value;
+    EXPECT_EQ(Agent::get_xml_parameter("/sipstackinit/default/T1", value, "sipstackinit"), 0);
 }
 
 TEST_F(TheFramework, IsWaitedFor)
