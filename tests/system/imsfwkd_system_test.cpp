@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <memory>
 #include <thread>
@@ -29,6 +30,14 @@ bool eventually(Happened happened)
         ::poll(nullptr, 0, 1);
     }
     return true;
+}
+
+// "\\n" as people write it becomes a line feed.
+std::string unescaped(std::string text)
+{
+    for (std::size_t at = text.find("\\n"); at != std::string::npos; at = text.find("\\n"))
+        text.replace(at, 2, "\n");
+    return text;
 }
 
 // An agent's connection, as its start-up opens it.
@@ -100,6 +109,12 @@ protected:
         ASSERT_EQ(std::sscanf(line.c_str(), "syncport %d asyncport %d", &sync_port, &async_port), 2)
             << daemon->log();
     }
+    // The documents that the daemon ships, instead of the tests' own.
+    void ship() const
+    {
+        using Copy = std::filesystem::copy_options;
+        std::filesystem::copy(IMSFWKD_STORE, store.path(), Copy::overwrite_existing | Copy::recursive);
+    }
     void kill()
     {
         daemon->signal(SIGKILL);
@@ -139,8 +154,7 @@ TEST_F(TheFrameworkDaemon, ServesAnAgent)
 
 TEST_F(TheFrameworkDaemon, ServesTheDocumentsThatItShips)
 {
-    using Copy = std::filesystem::copy_options;
-    std::filesystem::copy(IMSFWKD_STORE, store.path(), Copy::overwrite_existing | Copy::recursive);
+    ship();
     start();
     const auto one = agent();
     for (const char* key : {"maxCallDialogs", "maxRegClients", "maxSubscriptions", "maxTransactions",
@@ -150,6 +164,26 @@ TEST_F(TheFrameworkDaemon, ServesTheDocumentsThatItShips)
     EXPECT_EQ(one->get("/sipstackinit/default/loglevel", "sipstackinit"), "ERROR,EXCEP");
     EXPECT_EQ(one->get("/sipstackinit/linkev/loglevel", "sipstackinit"), "WARN");
     EXPECT_EQ(one->get("//napi-profile-name"), "eth0");
+}
+
+// docs/framework-protocol.md shows what it shows because this is what happens.
+TEST_F(TheFrameworkDaemon, SpeaksAsItsProtocolPageShows)
+{
+    ship();
+    start();
+    LoopbackClient client(sync_port);
+    std::ifstream page(IMSFWKD_PROTOCOL_PAGE);
+    int lines = 0;
+    for (std::string line; std::getline(page, line);) {
+        if (line.compare(0, 8, "agent:  ") == 0) {
+            ASSERT_TRUE(client.send(unescaped(line.substr(8))));
+            ++lines;
+        }
+        if (line.compare(0, 8, "daemon: ") == 0) {
+            EXPECT_EQ(fwk::frame(client.answer()), unescaped(line.substr(8))) << line;
+        }
+    }
+    EXPECT_EQ(lines, 7);
 }
 
 TEST_F(TheFrameworkDaemon, AnnouncesChangesToEveryAgent)
