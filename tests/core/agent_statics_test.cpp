@@ -53,7 +53,7 @@ TEST(TheClassWideMembers, AreStillThereInAnExitHandler)
 {
     const ChildResult child = run_in_child([] {
         std::atexit([] {
-            IMS_User_Agent::__ua_myuri += "still alive";
+            IMS_User_Agent::__ua_myuri = "still alive";
             IMS_User_Agent::__ua_connector.open("sip:1", nullptr);
             IMS_event_mgmt::evlist.push_back({"late", "Contact", "x"});
             std::printf("%s", IMS_User_Agent::__ua_myuri.c_str());

@@ -1,4 +1,5 @@
 #include "core/IMS_UA_SipServerConnListener.h"
+#include "tests/core/class_wide.h"
 #include "tests/core/sip_fakes.h"
 #include "tests/core/test_agent.h"
 #include "tests/support/child.h"
@@ -80,6 +81,7 @@ TEST(AnAgent, TakesATelephonyInterface)
 
 TEST(ADyingAgent, TakesItsListenerOutOfEveryNotifierItOpened)
 {
+    ClassWide members;
     FakeConnector connector;
     FakeNotifier first, second;
     FakeNotifier* next = &first;
