@@ -58,6 +58,31 @@ void append_param(std::string& text, std::string_view name, std::string_view val
     text += value;
 }
 
+// A value of a header parameter as it is printed: as it is where it is one already, else in quotes.
+std::string printed_value(const std::string& value)
+{
+    const bool printable =
+        value.empty() || only_chars(value, chars_value, false) || quoted_length(value) == value.size();
+    return printable ? value : in_quotes(value);
+}
+
+// `params` with `name` set: in the place of the first one of that name, which then is the only one, or at the
+// end.
+std::string with_param(std::string_view params, const std::string& name, const std::string& value)
+{
+    std::string changed;
+    bool placed = false;
+    Param param;
+    while (take_param(params, ParamKind::header, param)) {
+        if (!same_name(param.name, name))
+            append_param(changed, param.name, param.value);
+        else if (!std::exchange(placed, true))
+            append_param(changed, name, value);
+    }
+    if (!placed) append_param(changed, name, value);
+    return changed;
+}
+
 bool ParsedAddress::parse(const std::string& header)
 {
     if (!split_address(header, value_, parts_)) return false;
@@ -146,19 +171,7 @@ int ParsedAddress::setParameter(const std::string& name, const std::string& valu
     if (!only_chars(name, chars_token, false)) return SIPLIB_ERR_ARGUMENT;
     if (value.find_first_of(std::string_view("\r\n\0", 3)) != value.npos) return SIPLIB_ERR_ARGUMENT;
     return guarded([&] {
-        const bool printable =
-            value.empty() || only_chars(value, chars_value, false) || quoted_length(value) == value.size();
-        const std::string printed = printable ? value : in_quotes(value);
-        std::string params;
-        bool placed = false;
-        Param param;
-        for (std::string_view rest = params_; take_param(rest, ParamKind::header, param);) {
-            const bool same = same_name(param.name, name);
-            if (!same) append_param(params, param.name, param.value);
-            if (same && !std::exchange(placed, true)) append_param(params, name, printed);
-        }
-        if (!placed) append_param(params, name, printed);
-        params_ = std::move(params);
+        params_ = with_param(params_, name, printed_value(value));
         return SIPLIB_OK;
     });
 }

@@ -81,27 +81,45 @@ private:
     std::vector<std::size_t> partner_;
 };
 
-// One arrow for a pair, one for a record alone. A pair takes the earlier time: an answer is then never drawn
-// before its request, whichever of the two programs was quicker to write.
+// What both records of a pair say alike, or what the only one says.
+Arrow arrow_of(const Record& record, std::size_t self, std::size_t peer)
+{
+    Arrow arrow;
+    arrow.time = record.time;
+    arrow.from = record.sent ? self : peer;
+    arrow.to = record.sent ? peer : self;
+    arrow.transport = record.transport;
+    arrow.summary = record.summary;
+    return arrow;
+}
+
+// A pair takes the earlier time: an answer is then never drawn before its request, whichever of the two
+// programs was quicker to write.
+Arrow arrow_of_pair(const Record& sent, const Record& received, const Participants& participants)
+{
+    Arrow arrow = arrow_of(sent, participants.of(sent), participants.of(received));
+    arrow.time = std::min(sent.time, received.time);
+    return arrow;
+}
+
+Arrow arrow_of_single(const Record& record, Participants& participants)
+{
+    const std::size_t self = participants.of(record);
+    Arrow arrow = arrow_of(record, self, participants.at(record.peer, record.time));
+    arrow.seen = record.sent ? Arrow::Seen::by_sender : Arrow::Seen::by_receiver;
+    return arrow;
+}
+
 std::vector<Arrow> arrows_of(const std::vector<Record>& records, Participants& participants)
 {
     const Pairs pairs(records);
     std::vector<Arrow> arrows;
     for (std::size_t i = 0; i < records.size(); ++i) {
-        const Record& record = records[i];
         const std::size_t other = pairs[i];
-        if (other != nobody && !record.sent) continue; // drawn with the sent one
-        Arrow arrow;
-        arrow.time = other == nobody ? record.time : std::min(record.time, records[other].time);
-        const std::size_t self = participants.of(record);
-        const std::size_t peer =
-            other == nobody ? participants.at(record.peer, record.time) : participants.of(records[other]);
-        arrow.from = record.sent ? self : peer;
-        arrow.to = record.sent ? peer : self;
-        if (other == nobody) arrow.seen = record.sent ? Arrow::Seen::by_sender : Arrow::Seen::by_receiver;
-        arrow.transport = record.transport;
-        arrow.summary = record.summary;
-        arrows.push_back(std::move(arrow));
+        if (other == nobody)
+            arrows.push_back(arrow_of_single(records[i], participants));
+        else if (records[i].sent)
+            arrows.push_back(arrow_of_pair(records[i], records[other], participants));
     }
     std::stable_sort(arrows.begin(), arrows.end(),
                      [](const Arrow& a, const Arrow& b) { return a.time < b.time; });
