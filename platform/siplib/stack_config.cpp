@@ -6,14 +6,14 @@ namespace {
 
 // Loopback reorders nothing, so the default T4 is short: it bounds what finished transactions hold.
 constexpr SIPLIB_StackCfg defaults = {
-    16,          // maxCallDialogs
-    16,          // maxRegClients
-    1024,        // maxSubscriptions
-    4096,        // maxTransactions
+    64,          // maxCallDialogs
+    64,          // maxRegClients
+    4096,        // maxSubscriptions
+    16384,       // maxTransactions
     4096,        // maxTransmitters
     64,          // maxNumOfPages
     "127.0.0.1", // localAddress
-    256,         // maxConnections
+    1024,        // maxConnections
     1,           // tcpFlag
     "127.0.0.1", // tcpLocalAddress
     6,           // tcpOption

@@ -1,0 +1,399 @@
+#include "siplib/client_connection.h"
+
+#include "siplib/field_access.h"
+#include "siplib/header_check.h"
+#include "siplib/stack.h"
+
+#include <cstring>
+#include <new>
+
+namespace siplib {
+namespace {
+
+using Guard = std::lock_guard<std::mutex>;
+constexpr std::size_t most_untaken = 32; // provisional responses beyond are dropped
+
+} // namespace
+
+bool ClientConnection::open(Opening opening)
+{
+    Guard guard(state_.mutex);
+    work_.reset(new (std::nothrow) Work);
+    if (!work_) return false;
+    work_->opening = std::move(opening);
+    step_ = Step::empty;
+    state_.begin();
+    return true;
+}
+
+int ClientConnection::initRequest(const char* method)
+{
+    Guard guard(state_.mutex);
+    if (!state_.live() || step_ == Step::sent) return SIPLIB_ERR_STATE;
+    if (const int status = check_method(method)) return status;
+    Work& work = *work_;
+    work.method = method;
+    work.request.clear();
+    work.response.clear();
+    work.raw.text.clear();
+    work.untaken.clear();
+    work.announced = 0;
+    work.status = 0;
+    work.response_read = false;
+    const Opening& opening = work.opening;
+    if (!opening.from.empty()) work.request.add("From", opening.from);
+    if (!opening.to.empty()) work.request.add("To", opening.to);
+    if (!opening.contact.empty()) work.request.add("Contact", opening.contact);
+    step_ = Step::building;
+    ++state_.episode; // no longer resting
+    state_.last_used = now();
+    return SIPLIB_OK;
+}
+
+// Fills in everything of the order but where it goes. The lock is held.
+int ClientConnection::prepare(RequestOrder& order)
+{
+    Work& work = *work_;
+    Stack* stack = Stack::running();
+    if (!stack) return SIPLIB_ERR_STATE;
+    if (work.method == "CANCEL") return SIPLIB_ERR_UNSUPPORTED;
+    const int status =
+        complete_request(work.request, work.method, work.opening.request_uri, stack->cseqs(), order.text);
+    if (status != SIPLIB_OK) return status;
+    order.connection = this;
+    order.generation = state_.generation;
+    order.is_ack = work.method == "ACK";
+    order.own_via = work.request.has("Via");
+    order.holds = holds_transaction;
+    if (work.method == "REGISTER") order.holds |= holds_registration;
+    if (tag_in(work.request.find("To")).empty()) {
+        if (work.method == "SUBSCRIBE") order.holds |= holds_subscription;
+        if (work.method == "INVITE") order.holds |= holds_call;
+    }
+    order.born = now();
+    return SIPLIB_OK;
+}
+
+int ClientConnection::send()
+{
+    Stack* stack = Stack::running();
+    RequestOrder order;
+    {
+        Guard guard(state_.mutex);
+        if (!stack || !state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
+        if (const int status = prepare(order)) return status;
+        const Work& work = *work_;
+        if (const int status =
+                find_target(work.request, work.opening.request_uri, work.opening.hop, order.target))
+            return status;
+        if (order.target.tcp && !stack->cfg().tcpFlag) return SIPLIB_ERR_TRANSPORT;
+        if (!stack->hold(order.holds)) return SIPLIB_ERR_STATE;
+        step_ = Step::sent;
+        state_.last_used = now();
+    }
+    // Not under the lock: a full queue makes this wait for the SIP thread, which may want the lock.
+    const unsigned holds = order.holds;
+    const std::uint32_t generation = order.generation;
+    const int status = stack->backend().send(std::move(order));
+    if (status == SIPLIB_OK) return SIPLIB_OK;
+    stack->release(holds);
+    Guard guard(state_.mutex);
+    if (state_.generation == generation && state_.live()) step_ = Step::building;
+    return status;
+}
+
+void ClientConnection::rest_from(Time at)
+{
+    Stack* stack = Stack::running();
+    if (!stack) return;
+    ++state_.episode;
+    stack->clients().rest({this, state_.generation, state_.episode, at + stack->linger()});
+}
+
+void ClientConnection::deliver(std::uint32_t generation, int status, RawMessage raw, SIPLIB_SIPDialog* dialog)
+{
+    {
+        Guard guard(state_.mutex);
+        if (state_.generation != generation || !state_.live()) return;
+        Work& work = *work_;
+        const bool final = status >= 200;
+        if (!final && work.untaken.size() >= most_untaken) return;
+        work.untaken.push_back({status, std::move(raw)});
+        if (dialog) work.dialog = dialog;
+        if (final) {
+            step_ = Step::finished;
+            state_.last_used = now();
+            rest_from(state_.last_used);
+        }
+    }
+    announce(generation);
+}
+
+// One callback for each response that was not announced yet; no lock is held during it.
+void ClientConnection::announce(std::uint32_t generation)
+{
+    Stack* stack = Stack::running();
+    while (stack) {
+        SIPLIB_SIPClientConnectionListener* listener = nullptr;
+        {
+            Guard guard(state_.mutex);
+            if (state_.generation != generation || !state_.live()) return;
+            listener = work_->listener;
+            if (!listener || work_->announced >= work_->untaken.size()) return;
+            ++work_->announced;
+            ++state_.owed;
+            stack->callbacks().begin(this);
+        }
+        listener->notifyResponse(this);
+        stack->callbacks().end();
+    }
+}
+
+void ClientConnection::done_without_response(std::uint32_t generation)
+{
+    Guard guard(state_.mutex);
+    if (state_.generation != generation || !state_.live()) return;
+    step_ = Step::finished;
+    rest_from(now());
+}
+
+int ClientConnection::receive()
+{
+    Guard guard(state_.mutex);
+    if (state_.live() && !work_->untaken.empty()) {
+        Work& work = *work_;
+        work.status = work.untaken.front().status;
+        work.raw = std::move(work.untaken.front().raw);
+        work.untaken.pop_front();
+        work.response_read = false;
+        work.response.clear();
+        if (step_ == Step::finished) work.request.clear();
+        if (work.announced > 0) --work.announced;
+        if (state_.owed > 0) --state_.owed;
+        state_.last_used = now();
+        return SIPLIB_OK;
+    }
+    if (state_.owed == 0) return SIPLIB_ERR_STATE;
+    --state_.owed;
+    if (state_.owed == 0 && state_.phase == ShellState::Phase::closed) let_go();
+    return SIPLIB_OK;
+}
+
+// Back to the pool; the lock is held, and the shell is closed.
+void ClientConnection::let_go()
+{
+    state_.phase = ShellState::Phase::free;
+    if (Stack* stack = Stack::running()) stack->clients().give_back(this);
+}
+
+int ClientConnection::close()
+{
+    std::unique_ptr<Work> dropped;
+    Guard guard(state_.mutex);
+    if (!state_.live()) return SIPLIB_ERR_STATE;
+    state_.phase = ShellState::Phase::closed;
+    dropped = std::move(work_);
+    if (state_.owed == 0) {
+        let_go();
+    } else {
+        state_.last_used = now();
+        rest_from(state_.last_used);
+    }
+    return SIPLIB_OK;
+}
+
+bool ClientConnection::reclaim(const ShellPool<ClientConnection>::Resting& resting, Time at, bool early)
+{
+    Guard guard(state_.mutex);
+    if (state_.generation != resting.generation || state_.episode != resting.episode ||
+        state_.phase == ShellState::Phase::free)
+        return true;
+    const Stack* stack = Stack::running();
+    const bool due = stack && state_.last_used + stack->linger() <= at;
+    if (!due && (!early || state_.owed > 0)) {
+        rest_from(state_.last_used);
+        return false;
+    }
+    work_.reset();
+    let_go();
+    return true;
+}
+
+bool ClientConnection::reclaim_if_forgotten(Time at)
+{
+    Guard guard(state_.mutex);
+    const Stack* stack = Stack::running();
+    if (!stack || !state_.live() || step_ == Step::sent || state_.owed > 0) return false;
+    if (state_.last_used + stack->linger() > at) return false;
+    work_.reset();
+    let_go();
+    return true;
+}
+
+// What the getters read; null when there is nothing. The lock is held.
+const Message* ClientConnection::readable()
+{
+    if (!state_.live()) return nullptr;
+    Work& work = *work_;
+    state_.last_used = now();
+    if (work.status != 0) {
+        if (!work.response_read) {
+            work.response.parse(std::move(work.raw.text), work.raw.body_at);
+            work.response_read = true;
+        }
+        return &work.response;
+    }
+    return step_ == Step::empty ? nullptr : &work.request;
+}
+
+int ClientConnection::getHeader(const char* name, char* buf, int& len)
+{
+    Guard guard(state_.mutex);
+    if (!buf || len <= 0) return SIPLIB_ERR_ARGUMENT;
+    buf[0] = '\0';
+    const Message* message = readable();
+    return message ? copy_header(*message, name, buf, len) : SIPLIB_ERR_STATE;
+}
+
+int ClientConnection::getBody(char* buf, int& len)
+{
+    Guard guard(state_.mutex);
+    if (!buf || len <= 0) return SIPLIB_ERR_ARGUMENT;
+    const Message* message = readable();
+    if (message) return copy_body(*message, buf, len);
+    len = 0;
+    return SIPLIB_ERR_STATE;
+}
+
+int ClientConnection::getMethod(char* buf, int capacity)
+{
+    Guard guard(state_.mutex);
+    if (!buf || capacity <= 0) return SIPLIB_ERR_ARGUMENT;
+    buf[0] = '\0';
+    const Message* message = readable();
+    if (!message) return SIPLIB_ERR_STATE;
+    return copy_method(work_->status != 0 ? method_of(*message) : work_->method, buf, capacity);
+}
+
+int ClientConnection::getResponseCode(int& code)
+{
+    Guard guard(state_.mutex);
+    if (!state_.live() || work_->status == 0) return SIPLIB_ERR_STATE;
+    code = work_->status;
+    return SIPLIB_OK;
+}
+
+int ClientConnection::put(const char* name, const char* value, bool more)
+{
+    Guard guard(state_.mutex);
+    if (!name || !value) return SIPLIB_ERR_ARGUMENT;
+    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
+    state_.last_used = now();
+    return put_header(work_->request, name, value, more);
+}
+
+int ClientConnection::setHeader(const char* name, const char* value)
+{
+    return put(name, value, false);
+}
+
+int ClientConnection::addHeader(const char* name, const char* value)
+{
+    return put(name, value, true);
+}
+
+int ClientConnection::removeHeader(const char* name)
+{
+    Guard guard(state_.mutex);
+    if (!name) return SIPLIB_ERR_ARGUMENT;
+    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
+    return remove_header(work_->request, name);
+}
+
+int ClientConnection::setBody(const char* data, int len)
+{
+    Guard guard(state_.mutex);
+    if (len < 0 || (!data && len > 0)) return SIPLIB_ERR_ARGUMENT;
+    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
+    return put_body(work_->request, data, len);
+}
+
+int ClientConnection::setMethod(const char* name)
+{
+    Guard guard(state_.mutex);
+    if (!name) return SIPLIB_ERR_ARGUMENT;
+    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
+    if (const int status = check_method(name)) return status;
+    work_->method = name;
+    const std::string_view cseq = work_->request.find("CSeq");
+    if (cseq.data() == nullptr) return SIPLIB_OK;
+    const std::string number(cseq.substr(0, cseq.find_first_of(" \t")));
+    work_->request.set("CSeq", number + " " + name);
+    return SIPLIB_OK;
+}
+
+int ClientConnection::setRequestURI(const char* uri)
+{
+    Guard guard(state_.mutex);
+    if (!uri) return SIPLIB_ERR_ARGUMENT;
+    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
+    if (has_control(uri)) return SIPLIB_ERR_ARGUMENT;
+    Uri found;
+    if (!read_uri(uri, found)) return SIPLIB_ERR_SYNTAX;
+    work_->opening.request_uri = found.text;
+    return SIPLIB_OK;
+}
+
+int ClientConnection::setImsServerAddress(const SIPLIB_SipImsServerAddress& address)
+{
+    NextHop hop;
+    hop.host.assign(address.host, strnlen(address.host, SIPLIB_HOST_SIZE));
+    hop.port = address.port > 0 ? address.port : 5060;
+    hop.transport = same_word(address.transport, "udp")   ? "udp"
+                    : same_word(address.transport, "tcp") ? "tcp"
+                                                          : "";
+    if (!hop.host.empty()) {
+        const bool is_reference = hop.host.find(':') != std::string::npos && hop.host[0] != '[';
+        Uri uri;
+        if (hop.port > 65535 || (hop.transport.empty() && !address.transport.empty()))
+            return SIPLIB_ERR_ARGUMENT;
+        if (!read_uri(is_reference ? "sip:[" + hop.host + "]" : "sip:" + hop.host, uri))
+            return SIPLIB_ERR_ARGUMENT;
+        hop.host = uri.host;
+    }
+    Guard guard(state_.mutex);
+    if (!state_.live() || step_ == Step::sent) return SIPLIB_ERR_STATE;
+    work_->opening.hop = std::move(hop);
+    return SIPLIB_OK;
+}
+
+SIPLIB_SIPDialog* ClientConnection::getDialog()
+{
+    Guard guard(state_.mutex);
+    return state_.live() ? work_->dialog : nullptr;
+}
+
+void ClientConnection::set_dialog(SIPLIB_SIPDialog* dialog)
+{
+    Guard guard(state_.mutex);
+    if (state_.live()) work_->dialog = dialog;
+}
+
+int ClientConnection::setListener(SIPLIB_SIPClientConnectionListener* listener)
+{
+    Stack* stack = Stack::running();
+    std::uint32_t generation = 0;
+    bool something_waits = false;
+    {
+        Guard guard(state_.mutex);
+        if (!stack || !state_.live()) return SIPLIB_ERR_STATE;
+        work_->listener = listener;
+        generation = state_.generation;
+        something_waits = listener && work_->announced < work_->untaken.size();
+    }
+    stack->callbacks().wait_for(this);
+    if (something_waits) stack->backend().run([this, generation] { announce(generation); });
+    return SIPLIB_OK;
+}
+
+} // namespace siplib

@@ -1,0 +1,76 @@
+// Our own requests on the wire: client transactions, and how many of them may be under way to one
+// destination.
+//
+// A burst of requests would overrun the peer's socket (UDP) or the transport's queue (TCP), so each
+// destination has a window; what does not fit is parked and follows as answers come. What has waited 64*T1
+// for its turn is answered 408 without having been sent.
+//
+// Thread   the SIP thread.
+// Memory   a slot for each transaction, reused; parked orders are bounded by maxTransactions.
+#ifndef SIPLIB_SOFIA_CLIENT_SIDE_H_INCLUDED
+#define SIPLIB_SOFIA_CLIENT_SIDE_H_INCLUDED
+
+#include "siplib/backend.h"
+#include "siplib/sofia/agent.h"
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace siplib::sofia {
+class ClientSide;
+struct Window;
+} // namespace siplib::sofia
+
+// One client transaction; NTA's callback gets its address, which stays valid.
+struct siplib_outgoing {
+    siplib::sofia::ClientSide* side = nullptr;
+    siplib::RequestOrder order;
+    siplib::sofia::Window* window = nullptr;
+    nta_outgoing_t* transaction = nullptr;
+    bool busy = false;
+};
+
+namespace siplib::sofia {
+
+// The requests to one destination.
+struct Window {
+    unsigned under_way = 0;
+    std::deque<RequestOrder> parked;
+};
+
+class ClientSide {
+public:
+    static constexpr unsigned window_size = 64;
+
+    ClientSide(StackEvents& events, Milliseconds patience) : events_(events), patience_(patience) {}
+
+    void use(nta_agent_t* agent) { agent_ = agent; }
+    void send(RequestOrder order);
+    void tick(Time now); // what is parked for too long gets its 408
+    bool busy() const { return busy_ > 0; }
+    void drop_all(); // before the agent goes
+
+    void on_response(siplib_outgoing& slot, const sip_t* sip);
+
+private:
+    siplib_outgoing& free_slot();
+    void start(RequestOrder order, Window& window);
+    void finish(siplib_outgoing& slot);
+    void answer(const RequestOrder& order, int status);
+
+    StackEvents& events_;
+    const Milliseconds patience_;
+    nta_agent_t* agent_ = nullptr;
+    std::deque<siplib_outgoing> slots_;
+    std::vector<siplib_outgoing*> free_;
+    std::unordered_map<std::string, std::unique_ptr<Window>> windows_;
+    std::size_t busy_ = 0;   // transactions and parked orders
+    std::size_t parked_ = 0; // of these, parked
+};
+
+} // namespace siplib::sofia
+
+#endif

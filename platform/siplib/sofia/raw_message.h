@@ -1,0 +1,22 @@
+// Texts of Sofia-SIP's messages: out of a received one, and into one that is to be sent.
+//
+// Thread   the SIP thread.
+#ifndef SIPLIB_SOFIA_RAW_MESSAGE_H_INCLUDED
+#define SIPLIB_SOFIA_RAW_MESSAGE_H_INCLUDED
+
+#include "siplib/backend.h"
+
+#include <sofia-sip/msg.h>
+#include <sofia-sip/sip.h>
+
+namespace siplib::sofia {
+
+// The message as it came, with what the stack has changed since (Via's received and rport).
+RawMessage raw_message(const sip_t* sip);
+
+// null when the stack's parser does not accept the text as a SIP message. The caller owns the result.
+msg_t* message_of(const std::string& text);
+
+} // namespace siplib::sofia
+
+#endif

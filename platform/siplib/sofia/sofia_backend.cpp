@@ -1,0 +1,301 @@
+#include "siplib/sofia/sofia_backend.h"
+
+#include "siplib/log.h"
+#include "siplib/sofia/close_on_exec.h"
+#include "siplib/sofia/sofia_log.h"
+#include "siplib/stack.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <csignal>
+#include <cstring>
+#include <new>
+#include <sofia-sip/su.h>
+
+namespace siplib::sofia {
+namespace {
+
+// Between two batches the sockets get their turn: responses must not pile up while requests go out.
+constexpr std::size_t batch_size = 32;
+constexpr unsigned sockets_closing = 16; // steps that the root needs to let go of an agent's sockets
+
+bool is_address(const char* text, std::size_t room)
+{
+    char copy[64] = "";
+    const std::size_t size = strnlen(text, room);
+    if (size == 0 || size == room) return false;
+    std::memcpy(copy, text, size);
+    unsigned char bytes[sizeof(in6_addr)];
+    return inet_pton(AF_INET, copy, bytes) == 1 || inet_pton(AF_INET6, copy, bytes) == 1;
+}
+
+// Sofia-SIP ignores SIGPIPE for the whole process; here only its thread blocks it.
+void initialise_sofia()
+{
+    struct sigaction before = {};
+    sigaction(SIGPIPE, nullptr, &before);
+    su_init();
+    sigaction(SIGPIPE, &before, nullptr);
+}
+
+} // namespace
+
+SofiaBackend::SofiaBackend(const SIPLIB_StackCfg& cfg, StackEvents& events)
+    : cfg_(cfg), events_(events), queue_(static_cast<std::size_t>(std::max(cfg.maxTransmitters, 1))),
+      client_(events, Milliseconds(64 * cfg.T1))
+{
+    auto& stack = static_cast<Stack&>(events);
+    server_ = std::make_unique<ServerSide>(events, stack.server_transactions(), Milliseconds(64 * cfg.T1));
+}
+
+SofiaBackend::~SofiaBackend() = default;
+
+int SofiaBackend::start()
+{
+    const bool tcp_address_given = cfg_.tcpLocalAddress[0] != '\0';
+    if (!is_address(cfg_.localAddress, sizeof cfg_.localAddress) ||
+        (tcp_address_given && !is_address(cfg_.tcpLocalAddress, sizeof cfg_.tcpLocalAddress))) {
+        log_failure("SIPLIB_SIPStart", "the local address is no IP address");
+        return SIPLIB_ERR_ARGUMENT;
+    }
+    if (!queue_.usable()) return SIPLIB_ERR_MEMORY;
+    redirect_log(cfg_.logMask);
+    int status = SIPLIB_ERR_MEMORY;
+    // The set-up's result comes back through the first task.
+    std::mutex mutex;
+    std::condition_variable done;
+    bool is_done = false;
+    queue_.push({Order::Kind::task,
+                 {},
+                 {},
+                 [&] {
+                     std::lock_guard<std::mutex> guard(mutex);
+                     is_done = true;
+                     done.notify_one();
+                 }},
+                false);
+    setup_status_ = SIPLIB_ERR_MEMORY;
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before); // signals are for the daemon's own threads
+    const int created = pthread_create(&thread_, nullptr, thread_main, this);
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (created != 0) return SIPLIB_ERR_MEMORY;
+    {
+        std::unique_lock<std::mutex> lock(mutex);
+        done.wait(lock, [&] { return is_done; });
+        status = setup_status_;
+    }
+    runs_ = true;
+    if (status != SIPLIB_OK) stop();
+    return status;
+}
+
+void SofiaBackend::stop()
+{
+    if (!runs_.exchange(false)) return;
+    run([this] { ending_ = true; });
+    pthread_join(thread_, nullptr);
+}
+
+bool SofiaBackend::on_sip_thread() const
+{
+    return pthread_equal(pthread_self(), thread_) != 0;
+}
+
+void* SofiaBackend::thread_main(void* self)
+{
+    auto* backend = static_cast<SofiaBackend*>(self);
+    pthread_setname_np(pthread_self(), "sip");
+    backend->setup_status_ = backend->set_up();
+    if (backend->setup_status_ != SIPLIB_OK) {
+        // Nobody will wake a root that is not there: run the first task here.
+        backend->work_off();
+    }
+    while (!backend->ending_ && backend->setup_status_ == SIPLIB_OK)
+        su_root_step(backend->root_, 15000);
+    backend->queue_.close();
+    backend->tear_down();
+    return nullptr;
+}
+
+int SofiaBackend::set_up()
+{
+    const NewDescriptors descriptors;
+    initialise_sofia();
+    root_ = su_root_create(nullptr);
+    if (!root_) return SIPLIB_ERR_MEMORY;
+    su_root_threading(root_, 0);
+    timer_ = su_timer_create(su_root_task(root_), 0);
+    su_wait_t wait = {};
+    if (!timer_ || su_wait_create(&wait, queue_.wake_descriptor(), SU_WAIT_IN) < 0) return SIPLIB_ERR_MEMORY;
+    wake_index_ = su_root_register(root_, &wait, on_wake, reinterpret_cast<su_wakeup_arg_t*>(this), 0);
+    if (wake_index_ < 0) return SIPLIB_ERR_MEMORY;
+    own_port_.server = server_.get();
+    if (!make_agent(root_, cfg_, &own_port_, nullptr)) {
+        log_failure("SIPLIB_SIPStart", "cannot bind a port of %.64s", cfg_.localAddress);
+        return SIPLIB_ERR_TRANSPORT;
+    }
+    client_.use(own_port_.agent);
+    descriptors.close_on_exec();
+    return SIPLIB_OK;
+}
+
+void SofiaBackend::tear_down()
+{
+    client_.drop_all();
+    server_->forget(nullptr);
+    for (const auto& port : ports_)
+        nta_agent_destroy(port->agent);
+    ports_.clear();
+    if (own_port_.agent) nta_agent_destroy(own_port_.agent);
+    own_port_.agent = nullptr;
+    if (wake_index_ >= 0) su_root_deregister(root_, wake_index_);
+    if (timer_) su_timer_destroy(timer_);
+    if (root_) {
+        for (unsigned i = 0; i < sockets_closing; ++i)
+            su_root_step(root_, 0);
+        su_root_destroy(root_);
+    }
+    root_ = nullptr;
+    su_deinit();
+}
+
+int SofiaBackend::on_wake(su_root_magic_t*, su_wait_t*, su_wakeup_arg_t* self)
+{
+    reinterpret_cast<SofiaBackend*>(self)->work_off();
+    return 0;
+}
+
+void SofiaBackend::work_off()
+{
+    std::vector<Order> batch;
+    batch.swap(batch_); // a task may come back in here
+    queue_.take(batch, batch_size);
+    for (Order& order : batch) {
+        switch (order.kind) {
+        case Order::Kind::request: client_.send(std::move(order.request)); break;
+        case Order::Kind::response: server_->respond(std::move(order.response)); break;
+        case Order::Kind::task: order.task(); break;
+        }
+    }
+    batch.clear();
+    batch_.swap(batch);
+    arm_tick();
+}
+
+void SofiaBackend::arm_tick()
+{
+    if (armed_ || !timer_) return;
+    const long eighth = 8L * cfg_.T1; // of 64*T1
+    armed_ = su_timer_set_interval(timer_, on_tick, reinterpret_cast<su_timer_arg_t*>(this),
+                                   std::clamp(eighth, 5L, 4000L)) == 0;
+}
+
+void SofiaBackend::on_tick(su_root_magic_t*, su_timer_t*, su_timer_arg_t* self)
+{
+    reinterpret_cast<SofiaBackend*>(self)->tick();
+}
+
+void SofiaBackend::tick()
+{
+    armed_ = false;
+    const Time at = now();
+    client_.tick(at);
+    server_->tick(at);
+    if (events_.tick(at) || client_.busy() || server_->busy()) arm_tick();
+}
+
+int SofiaBackend::send(RequestOrder order)
+{
+    Order wrapped;
+    wrapped.kind = Order::Kind::request;
+    wrapped.request = std::move(order);
+    return queue_.push(std::move(wrapped), !on_sip_thread()) ? SIPLIB_OK : SIPLIB_ERR_STATE;
+}
+
+int SofiaBackend::respond(ResponseOrder order)
+{
+    Order wrapped;
+    wrapped.kind = Order::Kind::response;
+    wrapped.response = std::move(order);
+    return queue_.push(std::move(wrapped), !on_sip_thread()) ? SIPLIB_OK : SIPLIB_ERR_STATE;
+}
+
+void SofiaBackend::run(std::function<void()> task)
+{
+    Order wrapped;
+    wrapped.task = std::move(task);
+    queue_.push(std::move(wrapped), false);
+}
+
+void SofiaBackend::run_and_wait(const std::function<void()>& task)
+{
+    if (on_sip_thread()) {
+        task();
+        return;
+    }
+    std::mutex mutex;
+    std::condition_variable done;
+    bool is_done = false;
+    run([&] {
+        task();
+        std::lock_guard<std::mutex> guard(mutex);
+        is_done = true;
+        done.notify_one();
+    });
+    std::unique_lock<std::mutex> lock(mutex);
+    done.wait(lock, [&] { return is_done; });
+}
+
+int SofiaBackend::open_port(Notifier* notifier, int port, int& opened)
+{
+    int status = SIPLIB_ERR_STATE;
+    run_and_wait([&] { status = open_here(notifier, port, opened); });
+    return status;
+}
+
+void SofiaBackend::close_port(Notifier* notifier)
+{
+    run_and_wait([&] { close_here(notifier); });
+}
+
+int SofiaBackend::open_here(Notifier* notifier, int port, int& opened)
+{
+    const NewDescriptors descriptors;
+    auto added = std::make_unique<siplib_port>();
+    added->server = server_.get();
+    added->notifier = notifier;
+    added->port = port;
+    if (!make_agent(root_, cfg_, added.get(), nullptr)) {
+        log_failure("open", "port %d of %.64s cannot be had", port, cfg_.localAddress);
+        return SIPLIB_ERR_TRANSPORT;
+    }
+    descriptors.close_on_exec();
+    opened = added->port;
+    ports_.push_back(std::move(added));
+    return SIPLIB_OK;
+}
+
+void SofiaBackend::close_here(Notifier* notifier)
+{
+    const auto found = std::find_if(ports_.begin(), ports_.end(),
+                                    [notifier](const auto& port) { return port->notifier == notifier; });
+    if (found == ports_.end()) return;
+    work_off(); // refusals of the requests that waited
+    server_->forget(found->get());
+    nta_agent_destroy((*found)->agent);
+    ports_.erase(found);
+}
+
+} // namespace siplib::sofia
+
+namespace siplib {
+
+std::unique_ptr<Backend> make_sofia_backend(const SIPLIB_StackCfg& cfg, StackEvents& events)
+{
+    return std::make_unique<sofia::SofiaBackend>(cfg, events);
+}
+
+} // namespace siplib
