@@ -75,21 +75,31 @@ Calls calls_of(Work work)
     return {freed, cleaned, dumped};
 }
 
+class AnXmlSection : public testing::Test {
+protected:
+    // Tests before this one may have left another thread elected, or libxml2 started.
+    AnXmlSection()
+    {
+        XmlSection here(XmlSection::Kind::work);
+        here.end_with(XmlSection::End::parsed);
+    }
+};
+
 const char* const BODY = "<link-info><network><access-network>IEEE</access-network></network></link-info>";
 
-TEST(AnXmlSection, EndsAParseWithTheTreeFreedAndOneCleanUp)
+TEST_F(AnXmlSection, EndsAParseWithTheTreeFreedAndOneCleanUp)
 {
     DALinkAvailEvXmlData document;
     EXPECT_EQ(calls_of([&] { EXPECT_EQ(parse(document, BODY), 0); }), (Calls{1, 1, 0}));
 }
 
-TEST(AnXmlSection, EndsAnEncodeWithOneMemoryDumpMore)
+TEST_F(AnXmlSection, EndsAnEncodeWithOneMemoryDumpMore)
 {
     DALinkAvailEvXmlData document;
     EXPECT_EQ(calls_of([&] { EXPECT_EQ(document.encodeXml(), 0); }), (Calls{1, 1, 1}));
 }
 
-TEST(AnXmlSection, CleansNothingWhenAParseFails)
+TEST_F(AnXmlSection, CleansNothingWhenAParseFails)
 {
     DALinkAvailEvXmlData document;
     EXPECT_EQ(calls_of([&] {
@@ -99,7 +109,7 @@ TEST(AnXmlSection, CleansNothingWhenAParseFails)
               (Calls{0, 0, 0}));
 }
 
-TEST(AnXmlSection, CleansNothingForConstructionAndLookUp)
+TEST_F(AnXmlSection, CleansNothingForConstructionAndLookUp)
 {
     xmlDocPtr doc = xmlReadMemory("<a>x</a>", 8, nullptr, nullptr, 0);
     std::string value;
@@ -112,7 +122,7 @@ TEST(AnXmlSection, CleansNothingForConstructionAndLookUp)
     EXPECT_EQ(value, "x");
 }
 
-TEST(AnXmlSection, CleansUpOnceForWorkInsideWork)
+TEST_F(AnXmlSection, CleansUpOnceForWorkInsideWork)
 {
     EXPECT_EQ(calls_of([] {
                   XmlSection outer(XmlSection::Kind::work);
@@ -128,7 +138,7 @@ TEST(AnXmlSection, CleansUpOnceForWorkInsideWork)
               (Calls{3, 1, 1}));
 }
 
-TEST(AnXmlSection, ElectsTheThreadThatWorks)
+TEST_F(AnXmlSection, ElectsTheThreadThatWorks)
 {
     { // makes this thread the one that libxml2 elected
         XmlSection here(XmlSection::Kind::work);
@@ -141,7 +151,7 @@ TEST(AnXmlSection, ElectsTheThreadThatWorks)
 }
 
 // The leak checker of the address lane sees what a wrongly elected thread would lose.
-TEST(AnXmlSection, LosesNothingWhenADocumentMovesBetweenThreads)
+TEST_F(AnXmlSection, LosesNothingWhenADocumentMovesBetweenThreads)
 {
     auto document = std::make_unique<DALinkEvXmlData>();
     for (int i = 0; i < 5; ++i) {
@@ -155,7 +165,7 @@ TEST(AnXmlSection, LosesNothingWhenADocumentMovesBetweenThreads)
     std::thread([&] { document.reset(); }).join();
 }
 
-TEST(AnXmlSection, LetsTwoThreadsTakeTurns)
+TEST_F(AnXmlSection, LetsTwoThreadsTakeTurns)
 {
     const auto work = [](const char* network) {
         for (int i = 0; i < 200; ++i) {
