@@ -11,7 +11,7 @@ using Children = std::vector<const xmlNode*>;
 
 std::string name_of(const xmlChar* name, const xmlNs* ns)
 {
-    const std::string local = reinterpret_cast<const char*>(name);
+    std::string local = reinterpret_cast<const char*>(name);
     if (ns == nullptr || ns->prefix == nullptr) return local;
     return reinterpret_cast<const char*>(ns->prefix) + (":" + local);
 }

@@ -47,7 +47,7 @@ int end_signals()
     sigemptyset(&ends);
     sigaddset(&ends, SIGTERM);
     sigaddset(&ends, SIGINT);
-    ::sigprocmask(SIG_BLOCK, &ends, nullptr);
+    ::pthread_sigmask(SIG_BLOCK, &ends, nullptr);
     return ::signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 

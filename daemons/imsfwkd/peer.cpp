@@ -69,10 +69,14 @@ void SyncPeer::serve(short events, Clock::time_point now)
 {
     if (has_unsent()) flush(now);
     if (has_unsent() || is_finished()) return;
-    if (is_leaving()) {
-        if (events != 0) drain();
-        return;
-    }
+    if (is_leaving())
+        drain();
+    else
+        converse(events, now);
+}
+
+void SyncPeer::converse(short events, Clock::time_point now)
+{
     if (events != 0 && conversation_.wants_input() && !may_have_request_ && !input_ended_) read_some();
     std::string frame;
     may_have_request_ = conversation_.next_answer(frame);

@@ -68,6 +68,7 @@ public:
     void serve(short events, Clock::time_point now);
 
 private:
+    void converse(short events, Clock::time_point now);
     void read_some();
     void drain();
 

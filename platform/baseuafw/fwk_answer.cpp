@@ -23,7 +23,7 @@ std::string within_limit(std::string payload)
 std::string take_line(const std::string& text, std::size_t& at)
 {
     const std::size_t end = text.find('\n', at);
-    const std::string line = text.substr(at, end - at);
+    std::string line = text.substr(at, end - at);
     at = end == std::string::npos ? text.size() : end + 1;
     return line;
 }

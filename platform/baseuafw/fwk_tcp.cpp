@@ -115,9 +115,7 @@ bool receive_frame(int fd, FrameDecoder& decoder, std::string& payload, Clock::t
         const ssize_t n = ::recv(fd, chunk, sizeof chunk, MSG_DONTWAIT);
         if (n > 0)
             decoder.feed(chunk, static_cast<std::size_t>(n));
-        else if (n == 0)
-            return false;
-        else if (errno != EINTR && (errno != EAGAIN || !wait_until_ready(fd, POLLIN, deadline)))
+        else if (n == 0 || (errno != EINTR && (errno != EAGAIN || !wait_until_ready(fd, POLLIN, deadline))))
             return false;
     }
 }
