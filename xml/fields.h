@@ -28,13 +28,13 @@ namespace imsua::xml {
 // one's child. It holds a text, a number in decimal, or nothing of its own.
 class Element {
 public:
-    Element(int depth, const char* name) : depth_(depth), name_(name) {}
-    Element(int depth, const char* name, const std::string& text) : depth_(depth), name_(name), text_(&text)
+    Element(int depth, const char* name) : name_(name), depth_(depth) {}
+    Element(int depth, const char* name, const std::string& text) : name_(name), text_(&text), depth_(depth)
     {
     }
     Element(int depth, const char* name, std::string&& text) = delete; // would be gone before it is written
     Element(int depth, const char* name, std::int32_t number)
-        : depth_(depth), name_(name), holds_(NUMBER), number_(number)
+        : name_(name), depth_(depth), holds_(NUMBER), number_(number)
     {
     }
 
@@ -44,10 +44,10 @@ public:
 
 private:
     enum Holds { TEXT, NUMBER };
-    int depth_;
     const char* name_;
-    Holds holds_ = TEXT;
     const std::string* text_ = nullptr;
+    int depth_;
+    Holds holds_ = TEXT;
     std::int32_t number_ = 0;
 };
 
