@@ -63,6 +63,7 @@ public:
     virtual int get_descriptor() const = 0;
 };
 
+// Opens and closes an agent's connection to the framework daemon.
 class BASEUAFW_API IMS_fwk_util {
 public:
     // Connects to the framework daemon of this device, the synchronous port first; both are decimal texts.
