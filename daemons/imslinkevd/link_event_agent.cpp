@@ -228,8 +228,9 @@ void Link_event_agent::accept(SIPLIB_SIPConnection& connection, const Subscribe_
     answer.set_header("Contact", __ua_myuri.c_str());
     answer.set_header("Expires", std::to_string(verdict.expires.count()).c_str());
     if (answer.send()) {
-        IMS_log::loginfo(5, "accept", "%s: %s for %d s", verdict.dialog.contact.c_str(),
-                         package_name(verdict.key.package), static_cast<int>(verdict.expires.count()));
+        IMS_log::loginfo(5, "accept", "%s: %s for %d s, %d subscribers", verdict.dialog.contact.c_str(),
+                         package_name(verdict.key.package), static_cast<int>(verdict.expires.count()),
+                         static_cast<int>(subscriptions_->size()));
         return;
     }
     subscriptions_->answered(id, 0, Seconds(0), Clock::now()); // nobody learnt of it
