@@ -73,6 +73,7 @@ void ClientSide::start(RequestOrder order, Window& window)
     slot.window = &window;
     slot.busy = true;
     slot.transaction = nullptr;
+    slot.agent = agent_;
     ++window.under_way;
     msg_t* msg = message_of(slot.order.text);
     const auto* route = reinterpret_cast<const url_string_t*>(slot.order.target.route.c_str());
@@ -148,6 +149,18 @@ void ClientSide::tick(Time now)
     for (auto window = windows_.begin(); window != windows_.end();)
         window = window->second->under_way == 0 && window->second->parked.empty() ? windows_.erase(window)
                                                                                   : std::next(window);
+}
+
+void ClientSide::forget(nta_agent_t* agent)
+{
+    std::vector<RequestOrder> lost;
+    for (siplib_outgoing& slot : slots_) {
+        if (!slot.busy || slot.agent != agent) continue;
+        lost.push_back(std::move(slot.order));
+        finish(slot);
+    }
+    for (const RequestOrder& order : lost)
+        answer(order, 503);
 }
 
 void ClientSide::drop_all()

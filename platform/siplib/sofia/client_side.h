@@ -30,6 +30,7 @@ struct siplib_outgoing {
     siplib::RequestOrder order;
     siplib::sofia::Window* window = nullptr;
     nta_outgoing_t* transaction = nullptr;
+    nta_agent_t* agent = nullptr; // whose transaction it is
     bool busy = false;
 };
 
@@ -47,7 +48,10 @@ public:
 
     ClientSide(StackEvents& events, Milliseconds patience) : events_(events), patience_(patience) {}
 
+    // The agent that requests leave from, from now on.
     void use(nta_agent_t* agent) { agent_ = agent; }
+    // Before `agent` goes (and another one is in use): what it has under way is answered 503.
+    void forget(nta_agent_t* agent);
     void send(RequestOrder order);
     void tick(Time now); // what is parked for too long gets its 408
     bool busy() const { return busy_ > 0; }

@@ -137,7 +137,7 @@ int SofiaBackend::set_up()
         log_failure("SIPLIB_SIPStart", "cannot bind a port of %.64s", cfg_.localAddress);
         return SIPLIB_ERR_TRANSPORT;
     }
-    client_.use(own_port_.agent);
+    choose_agent();
     descriptors.close_on_exec();
     return SIPLIB_OK;
 }
@@ -275,7 +275,13 @@ int SofiaBackend::open_here(Notifier* notifier, int port, int& opened)
     descriptors.close_on_exec();
     opened = added->port;
     ports_.push_back(std::move(added));
+    choose_agent();
     return SIPLIB_OK;
+}
+
+void SofiaBackend::choose_agent()
+{
+    client_.use(ports_.empty() ? own_port_.agent : ports_.front()->agent);
 }
 
 void SofiaBackend::close_here(Notifier* notifier)
@@ -285,8 +291,11 @@ void SofiaBackend::close_here(Notifier* notifier)
     if (found == ports_.end()) return;
     work_off(); // refusals of the requests that waited
     server_->forget(found->get());
-    nta_agent_destroy((*found)->agent);
+    const std::unique_ptr<siplib_port> closing = std::move(*found);
     ports_.erase(found);
+    choose_agent();
+    client_.forget(closing->agent);
+    nta_agent_destroy(closing->agent);
 }
 
 } // namespace siplib::sofia

@@ -43,6 +43,7 @@ private:
     void arm_tick();
     int open_here(Notifier* notifier, int port, int& opened);
     void close_here(Notifier* notifier);
+    void choose_agent();
     void run_and_wait(const std::function<void()>& task); // from any thread
 
     const SIPLIB_StackCfg cfg_;
@@ -57,7 +58,9 @@ private:
     su_root_t* root_ = nullptr;
     su_timer_t* timer_ = nullptr;
     int wake_index_ = -1;
-    siplib_port own_port_; // where our requests leave from
+    // Requests leave from the oldest listening port, so that peers which answer to the sender's address
+    // rather than to its Via reach us; from a port of their own while nobody listens.
+    siplib_port own_port_;
     std::vector<std::unique_ptr<siplib_port>> ports_;
     ClientSide client_;
     std::unique_ptr<ServerSide> server_;
