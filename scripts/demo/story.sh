@@ -135,7 +135,7 @@ stop notifier TERM
 stop framework TERM
 [ -s imslinkevd.cap ] || fail "the capability file is gone"
 
-if [ -x "$bin/imsladder" ]; then
+if [ -s notifier.sip ]; then
     say "the messages"
     "$bin/imsladder" --width 110 notifier.sip over_udp.sip over_tcp.sip
 fi
