@@ -13,6 +13,10 @@ namespace {
 
 constexpr int BACKLOG = 128;
 
+// Of every connection and in each direction, inherited from the listener: what a peer that does not read
+// (or sends without end) costs the kernel. Left alone it would grow to megabytes each.
+constexpr int KERNEL_BUFFER = 65536;
+
 bool bind_and_listen(int fd, int port)
 {
     const int on = 1; // a restart must not wait for the old connections' TIME_WAIT
@@ -20,6 +24,8 @@ bool bind_and_listen(int fd, int port)
     address.sin_family = AF_INET;
     address.sin_port = htons(static_cast<std::uint16_t>(port));
     address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    ::setsockopt(fd, SOL_SOCKET, SO_SNDBUF, &KERNEL_BUFFER, sizeof KERNEL_BUFFER);
+    ::setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &KERNEL_BUFFER, sizeof KERNEL_BUFFER);
     return ::setsockopt(fd, SOL_SOCKET, SO_REUSEADDR, &on, sizeof on) == 0 &&
            ::bind(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0 &&
            ::listen(fd, BACKLOG) == 0;

@@ -43,6 +43,10 @@ TEST(AListener, AcceptsWithoutWaiting)
     ASSERT_EQ(listener.accept(fd), Listener::Accepted::one);
     EXPECT_NE(::fcntl(fd, F_GETFL) & O_NONBLOCK, 0);
     EXPECT_NE(::fcntl(fd, F_GETFD) & FD_CLOEXEC, 0);
+    int buffer = 0;
+    socklen_t size = sizeof buffer;
+    ::getsockopt(fd, SOL_SOCKET, SO_SNDBUF, &buffer, &size);
+    EXPECT_LE(buffer, 2 * 65536); // the kernel doubles what it was asked for
     ::close(fd);
 }
 

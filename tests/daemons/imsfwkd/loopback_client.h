@@ -15,13 +15,16 @@
 class LoopbackClient {
 public:
     using Step = std::function<void()>; // what to do while nothing has come; default: wait
-    explicit LoopbackClient(int port)
+    // `receive_buffer`: what the kernel keeps for a client that does not read, 0 for its own choice.
+    explicit LoopbackClient(int port, int receive_buffer = 0)
     {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         address.sin_port = htons(static_cast<std::uint16_t>(port));
         fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (receive_buffer > 0)
+            ::setsockopt(fd_, SOL_SOCKET, SO_RCVBUF, &receive_buffer, sizeof receive_buffer);
         connected_ = ::connect(fd_, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
     }
     ~LoopbackClient() { ::close(fd_); }
@@ -78,11 +81,12 @@ private:
     {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (std::chrono::steady_clock::now() < deadline) {
-            if (step_) step_();
             pollfd p{fd_, POLLIN, 0};
-            if (::poll(&p, 1, step_ ? 0 : 100) <= 0) continue;
-            const ssize_t n = ::recv(fd_, buffer, size, 0);
-            return n < 0 ? 0 : n; // a reset is an end
+            if (::poll(&p, 1, step_ ? 0 : 100) > 0) {
+                const ssize_t n = ::recv(fd_, buffer, size, 0);
+                return n < 0 ? 0 : n; // a reset is an end
+            }
+            if (step_) step_();
         }
         return -1;
     }

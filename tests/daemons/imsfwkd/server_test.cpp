@@ -108,6 +108,23 @@ TEST_F(AServer, ServesManyAgentsInTurn)
     }
 }
 
+TEST_F(AServer, DropsAnAgentThatDoesNotReadItsAnnouncements)
+{
+    start();
+    LoopbackClient deaf(server->async_port(), 32768);
+    const auto listener = async_client();
+    const auto writer = sync_client();
+    const std::string path = "/config/" + std::string(900, 'x');
+    int changes = 0;
+    while (log.up_to(4).empty() && changes < 2000) {
+        ASSERT_EQ(writer->ask("SET config\n" + path + "\n" + std::to_string(++changes)), "1");
+        ASSERT_EQ(listener->text_until("x\n"), "CHANGED config\n" + path + "\n");
+    }
+    EXPECT_EQ(log.up_to(4).size(), 1u);
+    EXPECT_TRUE(deaf.ends());
+    EXPECT_EQ(writer->ask("SYNC"), "GO");
+}
+
 TEST_F(AServer, HangsUpOnOneAgentTooMany)
 {
     start(imsfwkd::Limits{2, std::chrono::milliseconds(10000)});
