@@ -164,10 +164,10 @@ int ClientConnection::receive()
         Work& work = *work_;
         work.status = work.untaken.front().status;
         work.raw = std::move(work.untaken.front().raw);
-        work.untaken.pop_front();
+        work.untaken.erase(work.untaken.begin());
         work.response_read = false;
         work.response.clear();
-        if (step_ == Step::finished) work.request.clear();
+        if (step_ == Step::finished) work.request = Message(); // nobody reads it any more: its memory goes
         if (work.announced > 0) --work.announced;
         if (state_.owed > 0) --state_.owed;
         state_.last_used = now();

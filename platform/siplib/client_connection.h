@@ -11,8 +11,8 @@
 #include "siplib/shell.h"
 #include "siplib/shell_pool.h"
 
-#include <deque>
 #include <memory>
+#include <vector>
 
 namespace siplib {
 
@@ -62,10 +62,10 @@ private:
         Opening opening;
         std::string method;
         Message request;
-        std::deque<Response> untaken;
-        std::size_t announced = 0; // how many of them the listener knows of
-        RawMessage raw;            // the response last taken, as it came
-        Message response;          // the same, read on first use
+        std::vector<Response> untaken; // oldest first; hardly ever more than one
+        std::size_t announced = 0;     // how many of them the listener knows of
+        RawMessage raw;                // the response last taken, as it came
+        Message response;              // the same, read on first use
         int status = 0;
         bool response_read = false;
         SIPLIB_SIPDialog* dialog = nullptr;

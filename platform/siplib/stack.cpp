@@ -37,12 +37,16 @@ std::size_t cseq_capacity(const SIPLIB_StackCfg& cfg)
     return static_cast<std::size_t>(std::clamp(four, 16384LL, 1000000LL));
 }
 
-// A shell of the pool; when none is free, the one that has been finished for the longest time.
+// A shell of the pool; when none is free, the one that has been finished for the longest time. A burst of new
+// connections must not wait for the next tick to bound what finished ones hold: each takes along the two
+// oldest.
 template <typename Shell>
 Shell* take_from(ShellPool<Shell>& pool)
 {
-    Shell* shell = pool.take();
     typename ShellPool<Shell>::Resting oldest;
+    for (unsigned n = 0; n < 2 && pool.resting() > most_resting && pool.next_due(now(), true, oldest); ++n)
+        oldest.shell->reclaim(oldest, now(), true);
+    Shell* shell = pool.take();
     for (unsigned tries = 0; !shell && tries < 64 && pool.next_due(now(), true, oldest); ++tries) {
         oldest.shell->reclaim(oldest, now(), true);
         shell = pool.take();
