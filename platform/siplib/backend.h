@@ -44,6 +44,7 @@ struct RequestOrder {
     Target target;
     unsigned holds = 0;
     bool is_ack = false;  // no response comes
+    bool retried = false; // a connection that had worked was closed under it: once more on a fresh one
     bool own_via = false; // the caller's Via is used
     Time born{};
 };
@@ -95,7 +96,8 @@ public:
     // Waits while the queue is full, except on the SIP thread. SIPLIB_ERR_STATE: stopping.
     virtual int send(RequestOrder order) = 0;
     virtual int respond(ResponseOrder order) = 0;
-    virtual void run(std::function<void()> task) = 0; // on the SIP thread, soon
+    virtual void run(std::function<void()> task) = 0;   // on the SIP thread, soon
+    virtual bool may_send_to(const Target& target) = 0; // the limit on connections
     // Wait for the result. Port 0: any.
     virtual int open_port(Notifier* notifier, int port, int& opened) = 0;
     virtual void close_port(Notifier* notifier) = 0;

@@ -1,5 +1,6 @@
 #include "siplib/client_connection.h"
 
+#include "siplib/dialog.h"
 #include "siplib/field_access.h"
 #include "siplib/header_check.h"
 #include "siplib/stack.h"
@@ -74,10 +75,19 @@ int ClientConnection::prepare(RequestOrder& order)
     return SIPLIB_OK;
 }
 
+// BYE, and a NOTIFY that says so (RFC 6665 section 4.4.1).
+bool ClientConnection::ends_dialog(const Work& work)
+{
+    if (work.method == "BYE") return true;
+    return work.method == "NOTIFY" &&
+           same_word(work.request.find("Subscription-State").substr(0, 10), "terminated");
+}
+
 int ClientConnection::send()
 {
     Stack* stack = Stack::running();
     RequestOrder order;
+    Dialog* ends = nullptr;
     {
         Guard guard(state_.mutex);
         if (!stack || !state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
@@ -87,10 +97,13 @@ int ClientConnection::send()
                 find_target(work.request, work.opening.request_uri, work.opening.hop, order.target))
             return status;
         if (order.target.tcp && !stack->cfg().tcpFlag) return SIPLIB_ERR_TRANSPORT;
+        if (!stack->backend().may_send_to(order.target)) return SIPLIB_ERR_STATE;
         if (!stack->hold(order.holds)) return SIPLIB_ERR_STATE;
+        if (ends_dialog(work)) ends = stack->dialogs().find(key_of_own_request(work.request));
         step_ = Step::sent;
         state_.last_used = now();
     }
+    if (ends) ends->end();
     // Not under the lock: a full queue makes this wait for the SIP thread, which may want the lock.
     const unsigned holds = order.holds;
     const std::uint32_t generation = order.generation;

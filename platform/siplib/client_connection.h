@@ -74,6 +74,7 @@ private:
 
     int put(const char* name, const char* value, bool more);
     int prepare(RequestOrder& order);
+    static bool ends_dialog(const Work& work);
     const Message* readable();
     void rest_from(Time at);
     void let_go();

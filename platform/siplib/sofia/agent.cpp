@@ -35,21 +35,22 @@ std::string bind_uri(const char* address, int port, const char* transport)
 
 // A queue of 1000 is the most that the transport takes; requests are windowed well below it. A peer's FIN
 // with requests pending must end them at once.
-bool bind_port(nta_agent_t* agent, const std::string& uri)
+bool bind_port(nta_agent_t* agent, const std::string& uri, const char* record)
 {
     return nta_agent_add_tport(agent, reinterpret_cast<const url_string_t*>(uri.c_str()),
-                               TPTAG_QUEUESIZE(1000), TPTAG_SDWN_ERROR(1), TAG_END()) == 0;
+                               TPTAG_QUEUESIZE(1000), TPTAG_SDWN_ERROR(1), TAG_IF(record, TPTAG_DUMP(record)),
+                               TAG_END()) == 0;
 }
 
-bool bind_all(nta_agent_t* agent, const SIPLIB_StackCfg& cfg, int port)
+bool bind_all(nta_agent_t* agent, const SIPLIB_StackCfg& cfg, int port, const char* record)
 {
     const char* tcp_address = cfg.tcpLocalAddress[0] ? cfg.tcpLocalAddress : cfg.localAddress;
-    if (!cfg.tcpFlag) return bind_port(agent, bind_uri(cfg.localAddress, port, "udp"));
+    if (!cfg.tcpFlag) return bind_port(agent, bind_uri(cfg.localAddress, port, "udp"), record);
     // One call for both: they are had together or not at all, on one port.
     if (std::strcmp(tcp_address, cfg.localAddress) == 0)
-        return bind_port(agent, bind_uri(cfg.localAddress, port, ""));
-    if (!bind_port(agent, bind_uri(cfg.localAddress, port, "udp"))) return false;
-    return bind_port(agent, bind_uri(tcp_address, port > 0 ? port : port_of(agent), "tcp"));
+        return bind_port(agent, bind_uri(cfg.localAddress, port, ""), record);
+    if (!bind_port(agent, bind_uri(cfg.localAddress, port, "udp"), record)) return false;
+    return bind_port(agent, bind_uri(tcp_address, port > 0 ? port : port_of(agent), "tcp"), record);
 }
 
 } // namespace
@@ -62,10 +63,9 @@ nta_agent_t* make_agent(su_root_t* root, const SIPLIB_StackCfg& cfg, siplib_port
         root, unbound, on_message, port, NTATAG_SIP_T1(t1), NTATAG_SIP_T1X64(64 * t1),
         NTATAG_SIP_T2(static_cast<unsigned>(cfg.T2)), NTATAG_SIP_T4(static_cast<unsigned>(cfg.T4)),
         NTATAG_UDP_MTU(65535), NTATAG_MAXSIZE(largest_readable), NTATAG_SIPFLAGS(MSG_DO_EXTRACT_COPY),
-        NTATAG_USE_NAPTR(0), NTATAG_USE_SRV(0), NTATAG_TIMEOUT_408(1), TAG_IF(record, TPTAG_DUMP(record)),
-        TAG_END());
+        NTATAG_USE_NAPTR(0), NTATAG_USE_SRV(0), NTATAG_TIMEOUT_408(1), TAG_END());
     if (!agent) return nullptr;
-    if (!bind_all(agent, cfg, port->port)) {
+    if (!bind_all(agent, cfg, port->port, record)) {
         nta_agent_destroy(agent);
         return nullptr;
     }

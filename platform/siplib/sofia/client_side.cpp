@@ -1,9 +1,11 @@
 #include "siplib/sofia/client_side.h"
 
 #include "siplib/message.h"
+#include "siplib/message_record.h"
 #include "siplib/reason_phrase.h"
 #include "siplib/response_text.h"
 #include "siplib/sofia/raw_message.h"
+#include "siplib/sofia/wire_record.h"
 
 #include <sofia-sip/nta_tag.h>
 #include <sofia-sip/su_tag.h>
@@ -75,6 +77,7 @@ void ClientSide::start(RequestOrder order, Window& window)
     slot.transaction = nullptr;
     slot.agent = agent_;
     ++window.under_way;
+    if (MessageRecord::enabled()) sent_bodies().note(slot.order.text);
     msg_t* msg = message_of(slot.order.text);
     const auto* route = reinterpret_cast<const url_string_t*>(slot.order.target.route.c_str());
     nta_outgoing_t* transaction = nullptr;
@@ -87,11 +90,38 @@ void ClientSide::start(RequestOrder order, Window& window)
         const RequestOrder failed = std::move(slot.order);
         finish(slot);
         answer(failed, msg ? 503 : 400);
-    } else if (slot.order.is_ack) {
+        return;
+    }
+    if (slot.order.target.tcp) count_connection(slot);
+    if (slot.order.is_ack) {
         const RequestOrder gone = std::move(slot.order);
         finish(slot);
         events_.sent(gone);
     }
+}
+
+void ClientSide::count_connection(const siplib_outgoing& slot)
+{
+    tport_t* transport = nta_outgoing_transport(slot.transaction);
+    connections_.use(transport, slot.order.target.route);
+    tport_unref(transport);
+}
+
+// A peer may close an idle connection at the moment in which a request goes out on it: the request is lost,
+// and nothing is wrong with the peer. One more try, on a fresh connection.
+bool ClientSide::send_again(siplib_outgoing& slot, int status)
+{
+    if (status != 503 || !slot.order.target.tcp || slot.order.retried || !slot.window->has_answered)
+        return false;
+    RequestOrder again = std::move(slot.order);
+    again.retried = true;
+    Window& window = *slot.window;
+    ++window.under_way; // keeps the place while the slot is given back
+    ++busy_;
+    finish(slot);
+    --window.under_way;
+    start(std::move(again), window);
+    return true;
 }
 
 // The slot is free afterwards, and the next parked order of its window is on its way.
@@ -124,6 +154,8 @@ void ClientSide::on_response(siplib_outgoing& slot, const sip_t* sip)
         return;
     }
     const bool made_by_stack = nta_sip_is_internal(sip) != 0;
+    if (made_by_stack && send_again(slot, status)) return;
+    if (!made_by_stack) slot.window->has_answered = true;
     RawMessage raw = made_by_stack ? made_response(slot.order.text, status) : raw_message(sip);
     const RequestOrder order = std::move(slot.order);
     finish(slot);

@@ -12,6 +12,7 @@
 
 #include "siplib/backend.h"
 #include "siplib/sofia/agent.h"
+#include "siplib/sofia/connections.h"
 
 #include <deque>
 #include <memory>
@@ -39,6 +40,8 @@ namespace siplib::sofia {
 // The requests to one destination.
 struct Window {
     unsigned under_way = 0;
+    bool has_answered =
+        false; // the peer was there: a transport that fails now had only been closed meanwhile
     std::deque<RequestOrder> parked;
 };
 
@@ -46,7 +49,10 @@ class ClientSide {
 public:
     static constexpr unsigned window_size = 64;
 
-    ClientSide(StackEvents& events, Milliseconds patience) : events_(events), patience_(patience) {}
+    ClientSide(StackEvents& events, Connections& connections, Milliseconds patience)
+        : events_(events), connections_(connections), patience_(patience)
+    {
+    }
 
     // The agent that requests leave from, from now on.
     void use(nta_agent_t* agent) { agent_ = agent; }
@@ -64,8 +70,11 @@ private:
     void start(RequestOrder order, Window& window);
     void finish(siplib_outgoing& slot);
     void answer(const RequestOrder& order, int status);
+    bool send_again(siplib_outgoing& slot, int status);
+    void count_connection(const siplib_outgoing& slot);
 
     StackEvents& events_;
+    Connections& connections_;
     const Milliseconds patience_;
     nta_agent_t* agent_ = nullptr;
     std::deque<siplib_outgoing> slots_;

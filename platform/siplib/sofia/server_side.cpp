@@ -1,8 +1,10 @@
 #include "siplib/sofia/server_side.h"
 
+#include "siplib/message_record.h"
 #include "siplib/reason_phrase.h"
 #include "siplib/sip_text.h"
 #include "siplib/sofia/raw_message.h"
+#include "siplib/sofia/wire_record.h"
 #include "siplib/stack.h"
 
 #include <climits>
@@ -65,10 +67,19 @@ void ServerSide::on_message(siplib_port& port, msg_t* msg, sip_t* sip)
     }
 }
 
-void ServerSide::refuse(siplib_port& port, msg_t* msg, int status)
+void ServerSide::refuse(siplib_port& port, msg_t* msg, int status, bool hang_up)
 {
     nta_msg_treply(port.agent, msg, status, reason_phrase(status),
-                   TAG_IF(status == 503, SIPTAG_RETRY_AFTER_STR("5")), TAG_END());
+                   TAG_IF(status == 503, SIPTAG_RETRY_AFTER_STR("5")), TPTAG_SDWN_AFTER(hang_up), TAG_END());
+}
+
+// False: there are maxConnections others.
+bool ServerSide::connection_counts(siplib_port& port, msg_t* msg)
+{
+    tport_t* transport = nta_incoming_transport(port.agent, nullptr, msg);
+    const bool counts = connections_.use(transport, std::string());
+    if (transport) tport_unref(transport);
+    return counts;
 }
 
 bool ServerSide::is_retransmission(const std::string& key)
@@ -108,6 +119,10 @@ void ServerSide::on_request(siplib_port& port, msg_t* msg, sip_t* sip)
     std::string key = key_of(sip);
     if (is_retransmission(key)) {
         msg_destroy(msg);
+        return;
+    }
+    if (!connection_counts(port, msg)) {
+        refuse(port, msg, 503, true);
         return;
     }
     if (!port.notifier) { // our own requests' port: nobody is at home
@@ -193,6 +208,7 @@ void ServerSide::respond(ResponseOrder order)
 {
     siplib_incoming* slot = find(order.transaction);
     if (!slot) return;
+    if (MessageRecord::enabled()) sent_bodies().note(order.text);
     const bool final = order.status >= 200;
     if (slot->invite) {
         msg_t* msg = message_of(order.text);

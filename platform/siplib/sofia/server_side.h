@@ -12,6 +12,7 @@
 
 #include "siplib/backend.h"
 #include "siplib/sofia/agent.h"
+#include "siplib/sofia/connections.h"
 
 #include <deque>
 #include <string>
@@ -45,8 +46,8 @@ public:
     static constexpr std::size_t most_answers = 8192;
     static constexpr std::size_t most_answer_bytes = 4 * 1024 * 1024;
 
-    ServerSide(StackEvents& events, Limit& limit, Milliseconds patience)
-        : events_(events), limit_(limit), patience_(patience)
+    ServerSide(StackEvents& events, Connections& connections, Limit& limit, Milliseconds patience)
+        : events_(events), connections_(connections), limit_(limit), patience_(patience)
     {
     }
 
@@ -60,7 +61,8 @@ public:
 private:
     void on_request(siplib_port& port, msg_t* msg, sip_t* sip);
     bool is_retransmission(const std::string& key);
-    void refuse(siplib_port& port, msg_t* msg, int status);
+    void refuse(siplib_port& port, msg_t* msg, int status, bool hang_up = false);
+    bool connection_counts(siplib_port& port, msg_t* msg);
     siplib_incoming& free_slot();
     siplib_incoming* find(std::uint64_t transaction);
     void release(siplib_incoming& slot);
@@ -69,6 +71,7 @@ private:
     void drop_old_answers(Time now);
 
     StackEvents& events_;
+    Connections& connections_;
     Limit& limit_;
     const Milliseconds patience_;
     std::deque<siplib_incoming> slots_;

@@ -1,12 +1,15 @@
 #include "siplib/sofia/sofia_backend.h"
 
+#include "baseuafw/baseuafw.h"
 #include "siplib/log.h"
+#include "siplib/message_record.h"
 #include "siplib/sofia/close_on_exec.h"
 #include "siplib/sofia/sofia_log.h"
 #include "siplib/stack.h"
 
 #include <algorithm>
 #include <arpa/inet.h>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <new>
@@ -42,10 +45,11 @@ void initialise_sofia()
 
 SofiaBackend::SofiaBackend(const SIPLIB_StackCfg& cfg, StackEvents& events)
     : cfg_(cfg), events_(events), queue_(static_cast<std::size_t>(std::max(cfg.maxTransmitters, 1))),
-      client_(events, Milliseconds(64 * cfg.T1))
+      connections_(cfg.maxConnections), client_(events, connections_, Milliseconds(64 * cfg.T1))
 {
     auto& stack = static_cast<Stack&>(events);
-    server_ = std::make_unique<ServerSide>(events, stack.server_transactions(), Milliseconds(64 * cfg.T1));
+    server_ = std::make_unique<ServerSide>(events, connections_, stack.server_transactions(),
+                                           Milliseconds(64 * cfg.T1));
 }
 
 SofiaBackend::~SofiaBackend() = default;
@@ -114,16 +118,45 @@ void* SofiaBackend::thread_main(void* self)
         backend->work_off();
     }
     while (!backend->ending_ && backend->setup_status_ == SIPLIB_OK)
-        su_root_step(backend->root_, 15000);
+        backend->step();
     backend->queue_.close();
     backend->tear_down();
     return nullptr;
+}
+
+void SofiaBackend::step()
+{
+    su_root_step(root_, 15000);
+    if (!MessageRecord::enabled()) return;
+    for (const auto& port : ports_)
+        port->record.drain();
+}
+
+void SofiaBackend::start_record()
+{
+    const char* path = IMS_log::siptrace_path();
+    if (!path || !*path) return;
+    records_ = MessageRecord::open(path);
+    if (!records_)
+        log_failure("SIPLIB_SIPStart", "messages cannot be recorded in %.500s: errno %d", path, errno);
+}
+
+// Binds the port and fills in what its callbacks and its record need.
+bool SofiaBackend::open_agent(Port& port)
+{
+    port.server = server_.get();
+    if (!make_agent(root_, cfg_, &port, port.record.path())) return false;
+    const bool v6 = std::strchr(cfg_.localAddress, ':') != nullptr;
+    port.record.set_local(std::string(v6 ? "[" : "") + cfg_.localAddress + (v6 ? "]:" : ":") +
+                          std::to_string(port.port));
+    return true;
 }
 
 int SofiaBackend::set_up()
 {
     const NewDescriptors descriptors;
     initialise_sofia();
+    start_record();
     root_ = su_root_create(nullptr);
     if (!root_) return SIPLIB_ERR_MEMORY;
     su_root_threading(root_, 0);
@@ -132,11 +165,12 @@ int SofiaBackend::set_up()
     if (!timer_ || su_wait_create(&wait, queue_.wake_descriptor(), SU_WAIT_IN) < 0) return SIPLIB_ERR_MEMORY;
     wake_index_ = su_root_register(root_, &wait, on_wake, reinterpret_cast<su_wakeup_arg_t*>(this), 0);
     if (wake_index_ < 0) return SIPLIB_ERR_MEMORY;
-    own_port_.server = server_.get();
-    if (!make_agent(root_, cfg_, &own_port_, nullptr)) {
+    auto own = std::make_unique<Port>();
+    if (!open_agent(*own)) {
         log_failure("SIPLIB_SIPStart", "cannot bind a port of %.64s", cfg_.localAddress);
         return SIPLIB_ERR_TRANSPORT;
     }
+    ports_.push_back(std::move(own));
     choose_agent();
     descriptors.close_on_exec();
     return SIPLIB_OK;
@@ -146,11 +180,11 @@ void SofiaBackend::tear_down()
 {
     client_.drop_all();
     server_->forget(nullptr);
+    connections_.drop_all();
     for (const auto& port : ports_)
         nta_agent_destroy(port->agent);
     ports_.clear();
-    if (own_port_.agent) nta_agent_destroy(own_port_.agent);
-    own_port_.agent = nullptr;
+    if (records_) MessageRecord::close();
     if (wake_index_ >= 0) su_root_deregister(root_, wake_index_);
     if (timer_) su_timer_destroy(timer_);
     if (root_) {
@@ -204,6 +238,7 @@ void SofiaBackend::tick()
     const Time at = now();
     client_.tick(at);
     server_->tick(at);
+    connections_.drop_closed();
     if (events_.tick(at) || client_.busy() || server_->busy()) arm_tick();
 }
 
@@ -228,6 +263,11 @@ void SofiaBackend::run(std::function<void()> task)
     Order wrapped;
     wrapped.task = std::move(task);
     queue_.push(std::move(wrapped), false);
+}
+
+bool SofiaBackend::may_send_to(const Target& target)
+{
+    return !target.tcp || connections_.may_send_to(target.route);
 }
 
 void SofiaBackend::run_and_wait(const std::function<void()>& task)
@@ -264,11 +304,10 @@ void SofiaBackend::close_port(Notifier* notifier)
 int SofiaBackend::open_here(Notifier* notifier, int port, int& opened)
 {
     const NewDescriptors descriptors;
-    auto added = std::make_unique<siplib_port>();
-    added->server = server_.get();
+    auto added = std::make_unique<Port>();
     added->notifier = notifier;
     added->port = port;
-    if (!make_agent(root_, cfg_, added.get(), nullptr)) {
+    if (!open_agent(*added)) {
         log_failure("open", "port %d of %.64s cannot be had", port, cfg_.localAddress);
         return SIPLIB_ERR_TRANSPORT;
     }
@@ -281,7 +320,7 @@ int SofiaBackend::open_here(Notifier* notifier, int port, int& opened)
 
 void SofiaBackend::choose_agent()
 {
-    client_.use(ports_.empty() ? own_port_.agent : ports_.front()->agent);
+    client_.use(ports_[ports_.size() > 1 ? 1 : 0]->agent);
 }
 
 void SofiaBackend::close_here(Notifier* notifier)
@@ -291,10 +330,11 @@ void SofiaBackend::close_here(Notifier* notifier)
     if (found == ports_.end()) return;
     work_off(); // refusals of the requests that waited
     server_->forget(found->get());
-    const std::unique_ptr<siplib_port> closing = std::move(*found);
+    const std::unique_ptr<Port> closing = std::move(*found);
     ports_.erase(found);
     choose_agent();
     client_.forget(closing->agent);
+    closing->record.drain();
     nta_agent_destroy(closing->agent);
 }
 

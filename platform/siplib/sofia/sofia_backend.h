@@ -8,6 +8,7 @@
 #include "siplib/sofia/agent.h"
 #include "siplib/sofia/client_side.h"
 #include "siplib/sofia/server_side.h"
+#include "siplib/sofia/wire_record.h"
 
 #include <atomic>
 #include <memory>
@@ -28,6 +29,7 @@ public:
     int send(RequestOrder order) override;
     int respond(ResponseOrder order) override;
     void run(std::function<void()> task) override;
+    bool may_send_to(const Target& target) override;
     int open_port(Notifier* notifier, int port, int& opened) override;
     void close_port(Notifier* notifier) override;
 
@@ -37,6 +39,8 @@ private:
     static void on_tick(su_root_magic_t*, su_timer_t*, su_timer_arg_t* self);
 
     int set_up(); // on the SIP thread, like all that follows
+    void start_record();
+    void step();
     void tear_down();
     void work_off();
     void tick();
@@ -54,14 +58,19 @@ private:
     int setup_status_ = 0; // written before the first task runs
     bool ending_ = false;
     bool armed_ = false;
+    bool records_ = false; // the message record was opened here
 
     su_root_t* root_ = nullptr;
     su_timer_t* timer_ = nullptr;
     int wake_index_ = -1;
+    struct Port : siplib_port {
+        WireRecord record;
+    };
+    bool open_agent(Port& port);
+    Connections connections_;
     // Requests leave from the oldest listening port, so that peers which answer to the sender's address
-    // rather than to its Via reach us; from a port of their own while nobody listens.
-    siplib_port own_port_;
-    std::vector<std::unique_ptr<siplib_port>> ports_;
+    // rather than to its Via reach us; from the first of these, a port of their own, while nobody listens.
+    std::vector<std::unique_ptr<Port>> ports_;
     ClientSide client_;
     std::unique_ptr<ServerSide> server_;
     std::vector<Order> batch_;

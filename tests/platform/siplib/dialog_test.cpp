@@ -5,6 +5,7 @@ namespace {
 
 class DialogEars : public SIPLIB_SIPDialogListener {
 public:
+    ~DialogEars() override { SIPLIB_SIPStop(); }
     void notifyIncomingMessage(SIPLIB_SipUaInfo info) override
     {
         std::lock_guard<std::mutex> guard(mutex_);

@@ -17,9 +17,11 @@
 
 constexpr std::chrono::seconds soon(20); // a deadline, not a delay
 
-// Told about responses; remembers who was announced, in order.
+// Told about responses; remembers who was announced, in order. Listeners must outlive their use: when one of
+// these goes out of scope, the stack is stopped before.
 class ResponseEars : public SIPLIB_SIPClientConnectionListener {
 public:
+    ~ResponseEars() override { SIPLIB_SIPStop(); }
     void notifyResponse(SIPLIB_SIPClientConnection* conn) override
     {
         if (react) react(conn);
@@ -69,6 +71,7 @@ private:
 // Told about requests; accepts each in the callback. With `react` it also answers there.
 class RequestEars : public SIPLIB_SIPServerConnectionListener {
 public:
+    ~RequestEars() override { SIPLIB_SIPStop(); }
     void notifyRequest(SIPLIB_SIPNotifier* notifier) override
     {
         SIPLIB_SIPConnection* conn = accept ? notifier->acceptAndOpen() : nullptr;
