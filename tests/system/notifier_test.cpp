@@ -137,6 +137,32 @@ TEST_F(ANotifierOnADevice, RunsWhenTheFrameworkDaemonIsAbsent)
     EXPECT_EQ(one->wait().status, 0);
 }
 
+// A framework daemon that is stopped accepts connections and says nothing.
+TEST_F(ANotifierOnADevice, WaitsForASlowFrameworkDaemonAndTakesItsConfiguration)
+{
+    auto store = framework("", "<profilename>late</profilename>");
+    store->signal(SIGSTOP);
+    Words arguments = framework_ports();
+    arguments.insert(arguments.end(), {"-links", "dev0"});
+    auto daemon = start("imslinkevd", arguments);
+    ASSERT_TRUE(daemon->wait_for_log("waiting for sync from framework")) << daemon->log();
+    EXPECT_FALSE(daemon->wait_for_log("serving at", std::chrono::milliseconds(100)));
+    store->signal(SIGCONT);
+    ASSERT_TRUE(daemon->wait_for_log("serving at")) << daemon->log();
+    auto one = watcher({"--count", "1"});
+    EXPECT_NE(one->wait_for_line(R"("name":"late")"), "") << one->output();
+}
+
+TEST_F(ANotifierOnADevice, CanBeEndedWhileItWaitsForTheFrameworkDaemon)
+{
+    auto store = framework();
+    store->signal(SIGSTOP);
+    auto daemon = start("imslinkevd", framework_ports());
+    ASSERT_TRUE(daemon->wait_for_log("waiting for sync from framework")) << daemon->log();
+    daemon->signal(SIGTERM);
+    EXPECT_EQ(daemon->wait().status, 128 + SIGTERM);
+}
+
 TEST_F(ANotifierOnADevice, AnswersAFetchOnceAndRefusesWhatItMust)
 {
     auto daemon = notifier({"-maxsubscribers", "1"});

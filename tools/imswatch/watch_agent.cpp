@@ -71,7 +71,7 @@ bool Watch_agent::find_owner()
         contact = IMS_event_mgmt::get_value_from_cap_files(line.c_str(), "Contact");
     }
     const std::string uri = uri_of(contact);
-    if (!uri.empty()) owner_ = with_transport(uri, options_.transport);
+    if (!uri.empty()) owner_ = uri;
     return !uri.empty();
 }
 
@@ -147,7 +147,7 @@ bool Watch_agent::begin_dialog()
     dialog_ = Dialog();
     dialog_.call_id = random_tag() + "@127.0.0.1";
     dialog_.local_tag = random_tag();
-    dialog_.target = owner_;
+    dialog_.target = with_transport(owner_, options_.transport);
     return true;
 }
 

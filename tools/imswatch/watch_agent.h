@@ -50,7 +50,7 @@ private:
     Outcome outcome() const;
 
     const Watch_options options_;
-    std::string owner_;   // URI of the notifier
+    std::string owner_;   // URI of the notifier, as it is published
     std::string contact_; // ours
     Subscriber subscriber_;
     Dialog dialog_;
