@@ -4,27 +4,50 @@ namespace {
 
 constexpr std::size_t MAX_CHARACTERS = 64;
 
-// Length of the well-formed UTF-8 sequence at `i` (RFC 3629), 0 if there is none.
+// Well-formed UTF-8 by its first two bytes (The Unicode Standard, table 3-7), without control characters.
+struct Sequence {
+    unsigned first_from, first_to;
+    std::size_t length;
+    unsigned second_from, second_to;
+};
+// clang-format off
+constexpr Sequence sequences[] = {
+    {0x20, 0x7e, 1, 0,    0},
+    {0xc2, 0xdf, 2, 0x80, 0xbf},
+    {0xe0, 0xe0, 3, 0xa0, 0xbf},
+    {0xe1, 0xec, 3, 0x80, 0xbf},
+    {0xed, 0xed, 3, 0x80, 0x9f}, // no surrogates
+    {0xee, 0xef, 3, 0x80, 0xbf},
+    {0xf0, 0xf0, 4, 0x90, 0xbf},
+    {0xf1, 0xf3, 4, 0x80, 0xbf},
+    {0xf4, 0xf4, 4, 0x80, 0x8f},
+};
+// clang-format on
+
+unsigned byte_at(const std::string& text, std::size_t i)
+{
+    return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u;
+}
+
+bool stands_at(const Sequence& row, const std::string& text, std::size_t i)
+{
+    const unsigned first = byte_at(text, i);
+    if (first < row.first_from || first > row.first_to) return false;
+    if (row.length == 1) return true;
+    const unsigned second = byte_at(text, i + 1);
+    if (second < row.second_from || second > row.second_to) return false;
+    for (std::size_t k = 2; k < row.length; ++k)
+        if ((byte_at(text, i + k) & 0xc0u) != 0x80u) return false;
+    return true;
+}
+
+// Length of the character at `i` that XML can carry; 0 if there is none.
 std::size_t sequence_length(const std::string& text, std::size_t i)
 {
-    const auto byte = [&](std::size_t k) {
-        return k < text.size() ? static_cast<unsigned char>(text[k]) : 0u;
-    };
-    const unsigned first = byte(i);
-    const auto follows = [&](std::size_t k) { return (byte(i + k) & 0xC0u) == 0x80u; };
-    if (first < 0x80) return first >= 0x20 && first != 0x7f ? 1 : 0;
-    if (first >= 0xC2 && first <= 0xDF) return follows(1) ? 2 : 0;
-    if (first >= 0xE0 && first <= 0xEF) {
-        const bool overlong = first == 0xE0 && byte(i + 1) < 0xA0;
-        const bool surrogate = first == 0xED && byte(i + 1) > 0x9F;
-        const bool no_character = first == 0xEF && byte(i + 1) == 0xBF && byte(i + 2) > 0xBD;
-        return follows(1) && follows(2) && !overlong && !surrogate && !no_character ? 3 : 0;
-    }
-    if (first >= 0xF0 && first <= 0xF4) {
-        const bool overlong = first == 0xF0 && byte(i + 1) < 0x90;
-        const bool beyond = first == 0xF4 && byte(i + 1) > 0x8F;
-        return follows(1) && follows(2) && follows(3) && !overlong && !beyond ? 4 : 0;
-    }
+    const bool is_noncharacter =
+        text.compare(i, 3, "\xef\xbf\xbe") == 0 || text.compare(i, 3, "\xef\xbf\xbf") == 0;
+    for (const Sequence& row : sequences)
+        if (!is_noncharacter && stands_at(row, text, i)) return row.length;
     return 0;
 }
 

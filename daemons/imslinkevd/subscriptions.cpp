@@ -202,6 +202,23 @@ const Subscriptions::Subject* Subscriptions::next_subject(const Row& row, Time n
     return nullptr;
 }
 
+// Fills in what an active subscription must be told; false when there is nothing.
+bool Subscriptions::give_news(Row& row, Time now, Due_notify& out) const
+{
+    if (row.settled_at == revision_) return false;
+    Time later = Time::max();
+    const Subject* subject = next_subject(row, now, later);
+    if (subject == nullptr && row.told_anything) {
+        if (later == Time::max()) row.settled_at = revision_;
+        return false;
+    }
+    // The first word is spoken even if there is no link at all.
+    out.report = subject != nullptr ? *subject->report : last_word(row.key.package);
+    out.state = active_state(row.expires_at, now);
+    if (subject != nullptr) row.told[subject->report->reference] = {subject->report, now};
+    return true;
+}
+
 bool Subscriptions::give_due(Row& row, Time now, Due_notify& out) const
 {
     if (row.unanswered || row.paused_until > now) return false;
@@ -211,18 +228,8 @@ bool Subscriptions::give_due(Row& row, Time now, Due_notify& out) const
         out.report = last_word(row.key.package);
         out.state = "terminated;reason=" + row.end_reason;
         out.last = true;
-    } else {
-        if (row.settled_at == revision_) return false;
-        Time later = Time::max();
-        const Subject* subject = next_subject(row, now, later);
-        const bool must_speak = !row.told_anything; // even if there is no link at all
-        if (subject == nullptr && !must_speak) {
-            if (later == Time::max()) row.settled_at = revision_;
-            return false;
-        }
-        out.report = subject != nullptr ? *subject->report : last_word(row.key.package);
-        out.state = active_state(row.expires_at, now);
-        if (subject != nullptr) row.told[subject->report->reference] = {subject->report, now};
+    } else if (!give_news(row, now, out)) {
+        return false;
     }
     row.told_anything = true;
     row.unanswered = true;

@@ -110,6 +110,7 @@ private:
 
     const Subject* next_subject(const Row& row, Time now, Time& later) const;
     bool give_due(Row& row, Time now, Due_notify& out) const;
+    bool give_news(Row& row, Time now, Due_notify& out) const;
     bool put_subjects(Package package, const std::vector<Link_report>& reports);
     void forget_told_removals(Package package);
     Link_report last_word(Package package) const;

@@ -1,5 +1,6 @@
 #include "tests/system/device.h"
 
+#include <csignal>
 #include <sstream>
 #include <sys/stat.h>
 
@@ -13,6 +14,18 @@ std::string path_of(const std::string& program)
 }
 
 } // namespace
+
+void Ending::operator()(Process* process) const
+{
+    if (process->running()) {
+        process->signal(SIGCONT);
+        process->signal(SIGTERM);
+        process->wait(std::chrono::seconds(10));
+    }
+    EXPECT_EQ(process->log().find("Sanitizer"), std::string::npos) << process->log();
+    EXPECT_EQ(process->log().find("runtime error"), std::string::npos) << process->log();
+    delete process;
+}
 
 void ADevice::SetUp()
 {
@@ -35,7 +48,7 @@ ProcessStart ADevice::program(const std::string& name, const Words& arguments) c
 
 Running ADevice::start(const std::string& name, const Words& arguments) const
 {
-    return std::make_unique<Process>(program(name, arguments));
+    return Running(new Process(program(name, arguments)));
 }
 
 Running ADevice::notifier(const Words& arguments) const
@@ -93,7 +106,7 @@ Running ADevice::start_sipp(const std::string& scenario, const Words& arguments)
     start.dir = dir_.path();
     start.net = &net_;
     start.env = {"TERM=dumb"};
-    return std::make_unique<Process>(start);
+    return Running(new Process(start));
 }
 
 bool ADevice::sipp(const std::string& scenario, const Words& arguments, std::string* said) const

@@ -11,7 +11,12 @@
 #include <vector>
 
 using Words = std::vector<std::string>;
-using Running = std::unique_ptr<Process>;
+
+// Ends a program that still runs as a user would, and looks for what a sanitizer had to say.
+struct Ending {
+    void operator()(Process* process) const;
+};
+using Running = std::unique_ptr<Process, Ending>;
 
 class ADevice : public ::testing::Test {
 protected:

@@ -123,29 +123,37 @@ void Subscriber::on_refresh_failed(const Response& response, Time now)
     retry_later(now);
 }
 
+// RFC 6665 4.1.3: the reason says whether and when to come back.
+void Subscriber::on_terminated(const Notified& notified, Time now)
+{
+    if (state_ == State::leaving || expires_ == 0) return go(State::over, Time::max());
+    for (const char* final_reason : {"rejected", "noresource", "invariant"})
+        if (notified.reason == final_reason) return refuse(0);
+    if (notified.retry_after) return retry(now, Seconds(*notified.retry_after));
+    if (notified.reason == "probation" || notified.reason == "giveup") return retry_later(now);
+    // "deactivated" asks for a new subscription at once, but not for a thousand of them a second.
+    const bool at_once = notified.reason == "deactivated" && now - asked_at_ >= Seconds(1);
+    retry(now, Seconds(at_once ? 0 : 1));
+}
+
+// What is left of the subscription, as far as it is known when a NOTIFY does not say it.
+std::uint32_t Subscriber::left(Time now) const
+{
+    if (expires_at_ == Time::max()) return expires_;
+    const auto seconds = std::chrono::ceil<Seconds>(expires_at_ - now).count();
+    return static_cast<std::uint32_t>(std::max<long long>(seconds, 0));
+}
+
 void Subscriber::on_notify(const Notified& notified, Time now)
 {
     ever_notified_ = true;
     backoff_ = Seconds(1);
     attempts_ = 0;
-    if (notified.state == "terminated") {
-        if (state_ == State::leaving || expires_ == 0) return go(State::over, Time::max());
-        for (const char* final_reason : {"rejected", "noresource", "invariant"})
-            if (notified.reason == final_reason) return refuse(0);
-        if (notified.retry_after) return retry(now, Seconds(*notified.retry_after));
-        if (notified.reason == "probation" || notified.reason == "giveup") return retry_later(now);
-        // "deactivated" asks for a new subscription at once, but not for a thousand of them a second.
-        const bool at_once = notified.reason == "deactivated" && now - asked_at_ >= Seconds(1);
-        return retry(now, Seconds(at_once ? 0 : 1));
-    }
+    if (notified.state == "terminated") return on_terminated(notified, now);
     const bool is_first = !was_notified_;
     was_notified_ = true;
-    if (state_ == State::asking || (state_ == State::active && is_first)) {
-        const bool is_known = expires_at_ != Time::max();
-        const auto left = is_known ? std::chrono::ceil<Seconds>(expires_at_ - now).count() : 0;
-        const auto otherwise = is_known ? static_cast<std::uint32_t>(std::max<long long>(left, 0)) : expires_;
-        granted(notified.expires.value_or(otherwise), now);
-    }
+    if (state_ == State::asking || (state_ == State::active && is_first))
+        granted(notified.expires.value_or(left(now)), now);
 }
 
 void Subscriber::leave(Time now)

@@ -68,6 +68,8 @@ private:
     void retry_later(Time now);
     void on_refresh_failed(const Response& response, Time now);
     void on_asking_failed(const Response& response, Time now);
+    void on_terminated(const Notified& notified, Time now);
+    std::uint32_t left(Time now) const;
     void refuse(int code);
 
     std::uint32_t expires_;
