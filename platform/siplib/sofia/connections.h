@@ -24,7 +24,7 @@ public:
     // Counts a connection that is in use; `route` for one of ours. False: no room for it.
     bool use(tport_t* transport, const std::string& route);
     void drop_closed();
-    void drop_all(); // before the agents go
+    void drop_all(); // before an agent goes
 
 private:
     const int most_;

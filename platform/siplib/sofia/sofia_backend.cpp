@@ -334,6 +334,7 @@ void SofiaBackend::close_here(Notifier* notifier)
     ports_.erase(found);
     choose_agent();
     client_.forget(closing->agent);
+    connections_.drop_all(); // those of this port go with its agent; the others count again when used
     closing->record.drain();
     nta_agent_destroy(closing->agent);
 }
