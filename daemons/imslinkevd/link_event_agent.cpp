@@ -85,6 +85,7 @@ bool Link_event_agent::is_over() const
     return ending_ && (subscriptions_->size() == 0 || Clock::now() >= end_by_);
 }
 
+// handle_message(), with an end.
 void Link_event_agent::run()
 {
     service_notify("READY=1");

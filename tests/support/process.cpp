@@ -253,13 +253,14 @@ Process::End Process::wait(Milliseconds patience)
     int status = 0;
     while (::waitpid(pid_, &status, WNOHANG) == 0) {
         const auto left = std::chrono::duration_cast<Milliseconds>(deadline - Clock::now()).count();
-        if (left <= 0 || watch < 0) {
+        if (left <= 0) {
             if (watch >= 0) ::close(watch);
             End late;
             late.timed_out = true;
             return late;
         }
-        ::poll(&set, 1, static_cast<int>(left));
+        // Without process descriptors (some emulators) the end is looked for every 5 ms.
+        ::poll(&set, 1, watch >= 0 ? static_cast<int>(left) : 5);
     }
     if (watch >= 0) ::close(watch);
     reaped_ = true;

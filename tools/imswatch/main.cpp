@@ -2,6 +2,7 @@
 #include "tools/imswatch/watch_agent.h"
 
 #include <cstdio>
+#include <filesystem>
 #include <unistd.h>
 #include <vector>
 
@@ -28,6 +29,7 @@ int main(int argc, char** argv)
     Watch_options options;
     int status = 0;
     if (!parse_options(argc, argv, options, status)) return status;
+    if (!options.siptrace.empty()) options.siptrace = std::filesystem::absolute(options.siptrace).string();
     if (!options.dir.empty() && ::chdir(options.dir.c_str()) != 0) {
         std::fprintf(stderr, "imswatch: cannot enter %s\n", options.dir.c_str());
         return 2;
