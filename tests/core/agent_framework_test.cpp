@@ -39,7 +39,10 @@ TEST_F(TheFramework, CannotBeReachedWithoutPorts)
 
 TEST_F(TheFramework, IsClosedWithoutHavingBeenOpened)
 {
-    Agent::close_framework_sockets();
+    SIP_IMS_cfg_intf_IMS_socket* no_connector = nullptr;
+    SIP_IMS_cfg_intf* no_interface = nullptr;
+    EXPECT_EQ(Agent::close_framework_sockets(),
+              IMS_fwk_util::close_framework_sockets(&no_connector, &no_interface));
     EXPECT_EQ(Agent::__ua_fwk_connector, nullptr);
     EXPECT_EQ(Agent::__ua_fwk_intf, nullptr);
     const auto records = log.of("close_framework_sockets");

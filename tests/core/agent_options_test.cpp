@@ -66,6 +66,16 @@ TEST(TheOptions, PointIntoTheArguments)
     EXPECT_EQ(IMS_User_Agent::__ua_arg_proxy, value);
 }
 
+TEST(TheOptions, BeginAfterTheProgramsName)
+{
+    ClassWide members;
+    char program[] = "-proxy", value[] = "x";
+    char* argv[] = {program, value, nullptr};
+    TestAgent agent;
+    agent.set_options(2, argv);
+    EXPECT_STREQ(IMS_User_Agent::__ua_arg_proxy, "");
+}
+
 TEST(TheOptions, MayBeAbsentAltogether)
 {
     ClassWide members;

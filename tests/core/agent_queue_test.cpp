@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <condition_variable>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
@@ -38,6 +39,21 @@ TAC_MSG_S* raw_message()
     message->body_len = 4;
     message->body = static_cast<unsigned char*>(std::malloc(4));
     return message;
+}
+
+// What the queue allocated for the only message in it.
+_Q_ELEMENT_T* queued_element(TestAgent& agent)
+{
+    _Q_ELEMENT_T* element = nullptr;
+    agent.queue_.dequeue(&element);
+    agent.queue_.enqueue(element);
+    return element;
+}
+
+// For a child that ends: tells on its standard output how many watched blocks were freed by then.
+void tell_freed_at_exit()
+{
+    std::atexit([] { std::printf("freed %d", Watched::freed()); });
 }
 
 IMS_MAPPED_MSG_S* mapped_message()
@@ -138,6 +154,21 @@ TEST_F(AMainLoop, LetsAnotherThreadQueueWhileAHandlerRuns)
     EXPECT_EQ(agent.events.back().data, &numbers[1]);
 }
 
+TEST_F(AMainLoop, LetsAnotherThreadQueueWhileItReceivesAndAsksForTheNumber)
+{
+    FakeClientConnection response;
+    const auto queue_elsewhere = [&] {
+        std::thread([&] { agent.fill_queue_and_send_signal(3, &numbers[1]); }).join();
+    };
+    response.on_receive = queue_elsewhere;
+    agent.on_event_id = [&](const _Q_ELEMENT_T& element) {
+        if (element.data == static_cast<SIPLIB_SIPConnection*>(&response)) queue_elsewhere();
+    };
+    agent.handle_notify_response(&response);
+    turn(3);
+    EXPECT_EQ(agent.events.size(), 3u);
+}
+
 // What is freed here is proven by the leak checker.
 TEST_F(AMainLoop, FreesTheKindsThatPassToTheQueue)
 {
@@ -147,6 +178,24 @@ TEST_F(AMainLoop, FreesTheKindsThatPassToTheQueue)
     agent.fill_queue_and_send_signal(MSG_TYPE_FWK, ::strdup("header\n/a/b\n"));
     turn(4);
     EXPECT_EQ(agent.events.size(), 4u);
+}
+
+// The answer is logged while the message still exists, which is freed before the next turn.
+TEST(ADispatchedMessage, IsFreedOnceItsAnswerWasLogged)
+{
+    const ChildResult child = run_in_child([] {
+        TestAgent agent;
+        agent.fill_queue_and_send_signal(MSG_TYPE_FWK, ::strdup("text"));
+        const _Q_ELEMENT_T* const element = queued_element(agent);
+        Watched::watch(element);
+        Watched::watch(element->data);
+        IMS_log::set_sink([](void*, int, const char*, const char*) { std::printf("%d ", Watched::freed()); },
+                          nullptr);
+        agent.process_one_message();
+        std::printf("%d", Watched::freed());
+        std::fflush(stdout);
+    });
+    EXPECT_EQ(child.out, "0 2") << child.err;
 }
 
 TEST_F(AMainLoop, FreesThePayloadInTheStateTheHandlerLeft)
@@ -265,9 +314,12 @@ TEST(AFailedReceive, OfAResponseEndsTheProcessWith1)
         response.result = 108;
         TestAgent agent;
         agent.handle_notify_response(&response);
+        Watched::watch(queued_element(agent));
+        tell_freed_at_exit();
         agent.handle_message();
     });
     EXPECT_EQ(child.status, 1) << child.err;
+    EXPECT_EQ(child.out, "freed 1") << "the element";
     EXPECT_NE(child.err.find("[3] handle_message: client_connection receive failed status: 108\n"),
               std::string::npos)
         << child.err;
@@ -279,10 +331,15 @@ TEST(AFailedReceive, OfADialogEndsTheProcessWith1)
         FakeDialog dialog;
         dialog.result = -3;
         TestAgent agent;
-        agent.fill_queue_and_send_signal(MSG_TYPE_DIALOG, dialog_record(0, &dialog));
+        DialogMessageRecord* const record = dialog_record(0, &dialog);
+        agent.fill_queue_and_send_signal(MSG_TYPE_DIALOG, record);
+        Watched::watch(queued_element(agent));
+        Watched::watch(record);
+        tell_freed_at_exit();
         agent.handle_message();
     });
     EXPECT_EQ(child.status, 1) << child.err;
+    EXPECT_EQ(child.out, "freed 2") << "the element and the record";
     EXPECT_NE(child.err.find("[3] handle_message: dialog receive failed status: -3\n"), std::string::npos)
         << child.err;
     EXPECT_EQ(child.err.find("Message Recognition"), std::string::npos) << "nothing was dispatched";
@@ -369,6 +426,9 @@ TEST_F(AMainLoop, ReportsAWakeUpThatFindsNothing)
     loop.join();
     EXPECT_EQ(log.all(), (Records{underflow, nothing_there}));
     EXPECT_TRUE(agent.events.empty());
+    agent.fill_queue_and_send_signal(3, &numbers[0]); // would wait for ever if the mutex were still held
+    turn();
+    EXPECT_EQ(agent.events.size(), 1u);
 }
 
 TEST_F(AMainLoop, WakesUpForAMessage)
@@ -481,11 +541,14 @@ TEST(AProducerWithoutMemory, EndsTheProcessWith1)
 {
     const ChildResult child = run_in_child([] {
         TestAgent agent;
-        char* text = ::strdup("text"); // must not be reported as leaked
+        char* text = ::strdup("text");
+        Watched::watch(text);
+        tell_freed_at_exit();
         Failing failing(Call::malloc, 1);
         agent.fill_queue_and_send_signal(MSG_TYPE_FWK, text);
     });
     EXPECT_EQ(child.status, 1) << child.err;
+    EXPECT_EQ(child.out, "freed 1") << "the text";
     EXPECT_NE(child.err.find("[3] fill_queue_and_send_signal: Could not allocate memory for queue node!\n"),
               std::string::npos)
         << child.err;

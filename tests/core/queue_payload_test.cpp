@@ -55,6 +55,12 @@ TEST_P(EitherRelease, FreesARawMessageAndItsBody)
     GetParam()(MSG_TYPE_TAPI_RAW, raw_message(8, std::malloc(8)));
 }
 
+TEST_P(EitherRelease, FreesABodyOfOneByte)
+{
+    GetParam()(MSG_TYPE_TAPI_RAW, raw_message(1, std::malloc(1)));
+    GetParam()(MSG_TYPE_TAPI_MAPPED, mapped_record(1, std::malloc(1)));
+}
+
 TEST_P(EitherRelease, FreesARawMessageWithoutABody)
 {
     GetParam()(MSG_TYPE_TAPI_RAW, raw_message(8, nullptr));

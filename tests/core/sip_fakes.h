@@ -12,8 +12,10 @@ struct FakeClientConnection : SIPLIB_SIPClientConnection {
     int receive() override
     {
         ++receives;
+        if (on_receive) on_receive();
         return result;
     }
+    std::function<void()> on_receive;
     int receives = 0;
     int result = SIPLIB_OK;
 };

@@ -4,6 +4,8 @@
 #include "tests/support/log_records.h"
 
 #include <climits>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <gtest/gtest.h>
 
@@ -203,11 +205,14 @@ TEST(StoringWithoutMemory, EndsTheProcessWith1)
     for (int nth = 1; nth <= 6; ++nth) {
         const ChildResult child = run_in_child([nth] {
             IMS_subscription_table table;
+            Watched::watch_copies();
+            std::atexit([] { std::printf("freed %d", Watched::freed()); });
             Failing copy(Call::strdup, nth <= 5 ? nth : 0);
             Failing room(Call::operator_new, nth == 6 ? 1 : 0);
             table.store_subs("c", "e", 1, "t", "f", "i");
         });
         EXPECT_EQ(child.status, 1) << nth << child.err;
+        EXPECT_EQ(child.out, "freed " + std::to_string(nth == 6 ? 5 : 4)) << "every copy";
         EXPECT_NE(child.err.find("[3] store_subs: "), std::string::npos) << child.err;
     }
 }

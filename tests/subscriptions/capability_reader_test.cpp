@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -122,6 +123,24 @@ TEST_F(ACapabilityFile, CannotBeADirectoryOrAFifoOrMissing)
     for (const std::string& path : {dir.path(), dir.file("fifo"), dir.file("none"), std::string("/dev/zero")})
         EXPECT_FALSE(imsua::read_capability(path.c_str(), "Contact:", "", value)) << path;
     EXPECT_EQ(value, "untouched");
+}
+
+// The lowest free descriptor: the same as before when everything that was opened is closed again.
+int next_descriptor()
+{
+    const int fd = ::dup(STDERR_FILENO);
+    ::close(fd);
+    return fd;
+}
+
+TEST_F(ACapabilityFile, IsClosedWhetherItQualifiesOrNot)
+{
+    const int before = next_descriptor();
+    EXPECT_EQ(read("Event: reg\nContact: c\n"), "yes:c");
+    EXPECT_EQ(read("Event: callstate\n"), "no");
+    std::string value;
+    EXPECT_FALSE(imsua::read_capability(dir.path().c_str(), "Contact:", "", value)) << "a directory";
+    EXPECT_EQ(next_descriptor(), before);
 }
 
 } // namespace

@@ -20,7 +20,40 @@ bool must_fail(Call call)
     return seen == 1;
 }
 
+struct Block {
+    std::atomic<const void*> address{nullptr};
+    std::atomic<bool> is_freed{false};
+};
+Block watched[8];
+std::atomic<bool> watching_copies{false};
+std::atomic<unsigned> watched_count{0};
+
+void note_freed(const void* address)
+{
+    if (!address) return;
+    for (Block& block : watched)
+        if (block.address == address) block.is_freed = true;
+}
+
 } // namespace
+
+void Watched::watch(const void* block)
+{
+    watched[watched_count++ % 8].address = block;
+}
+
+void Watched::watch_copies()
+{
+    watching_copies = true;
+}
+
+int Watched::freed()
+{
+    int count = 0;
+    for (const Block& block : watched)
+        count += block.is_freed ? 1 : 0;
+    return count;
+}
 
 Failing::Failing(Call call, int nth) : call_(call)
 {
@@ -42,6 +75,7 @@ bool Failing::has_happened() const
 #pragma GCC visibility push(default)
 extern "C" {
 void* __real_malloc(std::size_t size);
+void __real_free(void* block);
 char* __real_strdup(const char* text);
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 int __real_pthread_attr_init(pthread_attr_t*);
@@ -51,9 +85,17 @@ void* __wrap_malloc(std::size_t size)
     return must_fail(Call::malloc) ? nullptr : __real_malloc(size);
 }
 
+void __wrap_free(void* block)
+{
+    note_freed(block);
+    __real_free(block);
+}
+
 char* __wrap_strdup(const char* text)
 {
-    return must_fail(Call::strdup) ? nullptr : __real_strdup(text);
+    char* const copy = must_fail(Call::strdup) ? nullptr : __real_strdup(text);
+    if (copy && watching_copies) Watched::watch(copy);
+    return copy;
 }
 
 int __wrap_pthread_create(pthread_t* id, const pthread_attr_t* attributes, void* (*routine)(void*), void* arg)

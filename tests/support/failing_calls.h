@@ -1,4 +1,5 @@
-// Makes one chosen allocation or thread call of the test program fail. Link imsua_failing_calls to use it.
+// Makes one chosen allocation or thread call of the test program fail, and tells whether a block was freed.
+// Link imsua_failing_calls to use it.
 //
 // Counts only calls made from the program's own objects (the libraries under test are linked into it), and
 // operator new wherever it is called from.
@@ -18,6 +19,15 @@ public:
 
 private:
     Call call_;
+};
+
+// Follows a block until it is freed, in every lane: a leak checker sees only what nothing points at any more.
+// At most 8 in one process; for a process that ends, call freed() from an exit handler.
+class Watched {
+public:
+    static void watch(const void* block);
+    static void watch_copies(); // each block that strdup gives from here on
+    static int freed();         // how many of the watched blocks were handed to free()
 };
 
 #endif
