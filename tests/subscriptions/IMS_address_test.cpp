@@ -96,6 +96,12 @@ TEST_F(Asking, ForAPortGivesWhatTheGetterWrote)
     }
 }
 
+TEST_F(Asking, ForAPortThatTheGetterDoesNotWriteGivesMinus1)
+{
+    addresses.writes_port = false;
+    EXPECT_EQ(IMS_address::get_port("Route", "v"), -1);
+}
+
 TEST_F(Asking, StopsAtAFactoryThatGivesNull)
 {
     addresses.is_address = false;

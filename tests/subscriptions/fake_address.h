@@ -25,6 +25,7 @@ public:
     bool is_address = true;         // false: the factory gives null
     int status = 0;                 // what every getter returns
     int port = 77;                  // what the port getter writes
+    bool writes_port = true;        // false: it leaves its argument alone
     std::vector<std::string> asked; // factory and getter calls in order
     int alive = 0;                  // addresses not deleted yet
 
@@ -52,7 +53,7 @@ private:
         int getPort(int& out) const override
         {
             owner.asked.push_back("port");
-            out = owner.port;
+            if (owner.writes_port) out = owner.port;
             return owner.status;
         }
         FakeAddresses& owner;
