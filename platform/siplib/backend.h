@@ -13,6 +13,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace siplib {
 
@@ -25,7 +26,8 @@ struct Target {
     std::string host;
     int port = 0;
     bool tcp = false;
-    std::string route; // the same as a URI
+    std::string route;       // the same as a URI
+    bool is_the_uri = false; // the Request-URI says the same
 };
 
 // A message as it stood on the wire.
@@ -35,18 +37,32 @@ struct RawMessage {
 };
 
 // What an order or an object holds of the stack's limits.
-enum : unsigned { holds_transaction = 1, holds_registration = 2, holds_subscription = 4, holds_call = 8 };
+enum : unsigned char {
+    holds_transaction = 1,
+    holds_registration = 2,
+    holds_subscription = 4,
+    holds_call = 8
+};
 
+// A request on its way to the SIP thread. One allocation holds all its text; with the response it travels
+// back.
 struct RequestOrder {
     ClientConnection* connection = nullptr;
     std::uint32_t generation = 0;
-    std::string text;
-    Target target;
-    unsigned holds = 0;
-    bool is_ack = false;  // no response comes
-    bool retried = false; // a connection that had worked was closed under it: once more on a fresh one
-    bool own_via = false; // the caller's Via is used
+    std::uint32_t route_size = 0;
+    std::string text; // the route, a zero, the message
     Time born{};
+    unsigned char holds = 0;
+    bool tcp = false;
+    bool is_ack = false;       // no response comes
+    bool own_via = false;      // the caller's Via is used
+    bool makes_dialog = false; // SUBSCRIBE or INVITE: a 2xx makes or refreshes one
+    bool uri_is_route = false; // the Request-URI alone leads there
+    bool retried = false;      // a connection that had worked was closed under it: once more on a fresh one
+
+    const char* route() const { return text.c_str(); }
+    std::string_view route_view() const { return {text.data(), route_size}; }
+    std::string_view message() const { return std::string_view(text).substr(route_size + 1); }
 };
 
 struct ResponseOrder {

@@ -51,28 +51,39 @@ int ClientConnection::initRequest(const char* method)
     return SIPLIB_OK;
 }
 
-// Fills in everything of the order but where it goes. The lock is held.
-int ClientConnection::prepare(RequestOrder& order)
+// Fills in the order. The lock is held.
+int ClientConnection::prepare(Stack& stack, RequestOrder& order)
 {
     Work& work = *work_;
-    Stack* stack = Stack::running();
-    if (!stack) return SIPLIB_ERR_STATE;
     if (work.method == "CANCEL") return SIPLIB_ERR_UNSUPPORTED;
-    const int status =
-        complete_request(work.request, work.method, work.opening.request_uri, stack->cseqs(), order.text);
-    if (status != SIPLIB_OK) return status;
+    if (!is_addressed(work.request, work.opening.request_uri)) return SIPLIB_ERR_STATE;
+    Target target;
+    if (const int status = find_target(work.request, work.opening.request_uri, work.opening.hop, target))
+        return status;
+    if (target.tcp && !stack.cfg().tcpFlag) return SIPLIB_ERR_TRANSPORT;
+    if (!stack.backend().may_send_to(target)) return SIPLIB_ERR_STATE;
+    order.route_size = static_cast<std::uint32_t>(target.route.size());
+    order.text.reserve(target.route.size() + work.request.wire_size() + 256);
+    order.text.append(target.route).append(1, '\0');
+    order.tcp = target.tcp;
+    order.uri_is_route = target.is_the_uri;
+    order.own_via = work.request.has("Via");
+    return complete_request(work.request, work.method, work.opening.request_uri, stack.cseqs(), order.text);
+}
+
+// What the request takes of the stack's limits, and who gets its response.
+void ClientConnection::label(RequestOrder& order)
+{
+    const Work& work = *work_;
     order.connection = this;
     order.generation = state_.generation;
     order.is_ack = work.method == "ACK";
-    order.own_via = work.request.has("Via");
     order.holds = holds_transaction;
     if (work.method == "REGISTER") order.holds |= holds_registration;
-    if (tag_in(work.request.find("To")).empty()) {
-        if (work.method == "SUBSCRIBE") order.holds |= holds_subscription;
-        if (work.method == "INVITE") order.holds |= holds_call;
-    }
+    order.makes_dialog = work.method == "SUBSCRIBE" || work.method == "INVITE";
+    if (order.makes_dialog && tag_in(work.request.find("To")).empty())
+        order.holds |= work.method == "SUBSCRIBE" ? holds_subscription : holds_call;
     order.born = now();
-    return SIPLIB_OK;
 }
 
 // BYE, and a NOTIFY that says so (RFC 6665 section 4.4.1).
@@ -91,14 +102,10 @@ int ClientConnection::send()
     {
         Guard guard(state_.mutex);
         if (!stack || !state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
-        if (const int status = prepare(order)) return status;
-        const Work& work = *work_;
-        if (const int status =
-                find_target(work.request, work.opening.request_uri, work.opening.hop, order.target))
-            return status;
-        if (order.target.tcp && !stack->cfg().tcpFlag) return SIPLIB_ERR_TRANSPORT;
-        if (!stack->backend().may_send_to(order.target)) return SIPLIB_ERR_STATE;
+        if (const int status = prepare(*stack, order)) return status;
+        label(order);
         if (!stack->hold(order.holds)) return SIPLIB_ERR_STATE;
+        const Work& work = *work_;
         if (ends_dialog(work)) ends = stack->dialogs().find(key_of_own_request(work.request));
         step_ = Step::sent;
         state_.last_used = now();

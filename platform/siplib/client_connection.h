@@ -16,6 +16,8 @@
 
 namespace siplib {
 
+class Stack;
+
 class ClientConnection final : public SIPLIB_SIPClientConnection {
 public:
     // What a connection is opened with: where the request goes, and headers that are there from the start.
@@ -73,7 +75,8 @@ private:
     };
 
     int put(const char* name, const char* value, bool more);
-    int prepare(RequestOrder& order);
+    int prepare(Stack& stack, RequestOrder& order);
+    void label(RequestOrder& order);
     static bool ends_dialog(const Work& work);
     const Message* readable();
     void rest_from(Time at);

@@ -137,7 +137,6 @@ void Dialog::announce(Notifier* notifier)
             if (!state_.live() || !listener_ || announced_ >= waiting_.size()) return;
             listener = listener_;
             info = waiting_[announced_].info;
-            waiting_[announced_].request.connection->owe_one();
             ++announced_;
             ++state_.owed;
             stack->callbacks().begin(this);

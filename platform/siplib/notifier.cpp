@@ -51,7 +51,6 @@ void Notifier::announce()
             Guard guard(state_.mutex);
             if (!state_.live() || !listener_ || announced_ >= waiting_.size()) return;
             listener = listener_;
-            waiting_[announced_].connection->owe_one();
             ++announced_;
             stack->callbacks().begin(this);
         }

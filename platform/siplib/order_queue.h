@@ -1,14 +1,14 @@
 // The bounded queue in front of the SIP thread, and the descriptor that wakes it.
 //
 // Thread   push: any. take, close: the SIP thread, or whoever ends it.
-// Memory   `most` orders; on the SIP thread itself push never waits and may go beyond.
+// Memory   room for as many orders as ever waited at one time, `most` and a little more; on the SIP thread
+// itself push never waits and may go beyond.
 #ifndef SIPLIB_ORDER_QUEUE_H_INCLUDED
 #define SIPLIB_ORDER_QUEUE_H_INCLUDED
 
 #include "siplib/backend.h"
 
 #include <condition_variable>
-#include <deque>
 #include <functional>
 #include <mutex>
 #include <vector>
@@ -43,11 +43,14 @@ public:
     void close();
 
 private:
+    void grow();
+
     const std::size_t most_;
     const int wake_;
     std::mutex mutex_;
     std::condition_variable room_;
-    std::deque<Order> orders_;
+    std::vector<Order> orders_; // a ring: nothing is allocated while it does not grow
+    std::size_t first_ = 0, count_ = 0;
     unsigned waiting_ = 0;
     bool closed_ = false;
 };

@@ -48,8 +48,7 @@ bool content_length_is_right(const Message& message)
 void write_request(const Message& message, const std::string& method, const std::string& uri,
                    std::string& text)
 {
-    text.clear();
-    text.reserve(message.wire_size() + method.size() + uri.size() + 64);
+    text.reserve(text.size() + message.wire_size() + method.size() + uri.size() + 64);
     text.append(method).append(" ").append(uri).append(" SIP/2.0\r\n");
     message.append_fields_to(text);
     text.append("Content-Length: ").append(std::to_string(message.body().size())).append("\r\n\r\n");
@@ -85,6 +84,7 @@ int choose_hop(const Message& message, const std::string& request_uri, const Nex
     const std::string_view route = message.find("Route");
     if (!route.empty() && hop.host.empty() && !read_uri(uri_in(route.substr(0, route.find(','))), uri))
         return SIPLIB_ERR_SYNTAX;
+    target.is_the_uri = false;
     if (!hop.host.empty()) {
         target.host = hop.host;
         target.port = hop.port;
@@ -95,6 +95,7 @@ int choose_hop(const Message& message, const std::string& request_uri, const Nex
     if (uri.scheme != "sip") return SIPLIB_ERR_TRANSPORT; // sips needs TLS, tel needs a next hop
     target.host = uri.host;
     target.port = uri.port ? uri.port : 5060;
+    target.is_the_uri = route.empty();
     transport = uri.transport;
     return SIPLIB_OK;
 }
@@ -106,17 +107,23 @@ DialogKey key_of_own_request(const Message& message)
     return {message.find("Call-ID"), tag_in(message.find("From")), tag_in(message.find("To"))};
 }
 
+bool is_addressed(const Message& message, const std::string& uri)
+{
+    return !uri.empty() && !message.find("From").empty() && !message.find("To").empty();
+}
+
 int complete_request(Message& message, const std::string& method, const std::string& uri, CSeqTable& cseqs,
                      std::string& text)
 {
-    if (uri.empty() || message.find("From").empty() || message.find("To").empty()) return SIPLIB_ERR_STATE;
+    if (!is_addressed(message, uri)) return SIPLIB_ERR_STATE;
     if (!content_length_is_right(message)) return SIPLIB_ERR_SYNTAX;
     add_from_tag(message);
     if (!message.has("Call-ID")) message.add("Call-ID", random_text(32));
     if (const int status = add_cseq(message, method, cseqs)) return status;
     if (!message.has("Max-Forwards")) message.add("Max-Forwards", "70");
+    const std::size_t before = text.size();
     write_request(message, method, uri, text);
-    return text.size() + via_allowance > max_message_size ? SIPLIB_ERR_ARGUMENT : SIPLIB_OK;
+    return text.size() - before + via_allowance > max_message_size ? SIPLIB_ERR_ARGUMENT : SIPLIB_OK;
 }
 
 int find_target(const Message& message, const std::string& uri, const NextHop& hop, Target& target)
@@ -126,6 +133,7 @@ int find_target(const Message& message, const std::string& uri, const NextHop& h
     if (!transport.empty() && transport != "udp" && transport != "tcp") return SIPLIB_ERR_TRANSPORT;
     target.tcp = transport == "tcp";
     if (!is_numeric(target.host)) {
+        target.is_the_uri = false;
         const std::string name = target.host;
         if (!look_up(name, target.host)) return SIPLIB_ERR_TRANSPORT;
     }

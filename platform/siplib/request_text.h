@@ -18,9 +18,12 @@ struct NextHop {
     std::string transport;
 };
 
-// Adds what is missing (From tag, Call-ID, CSeq, Max-Forwards) to `message`, replacing nothing, and writes
-// the whole. SIPLIB_ERR_STATE: no From, To or Request-URI. SIPLIB_ERR_SYNTAX: a Content-Length that is not
-// the body's, or a CSeq of another method. SIPLIB_ERR_ARGUMENT: larger than a message may be.
+// Whether there are From, To and Request-URI.
+bool is_addressed(const Message& message, const std::string& uri);
+
+// Adds what is missing (From tag, Call-ID, CSeq, Max-Forwards) to `message`, replacing nothing, and appends
+// the whole to `text`. SIPLIB_ERR_STATE: no From, To or Request-URI. SIPLIB_ERR_SYNTAX: a Content-Length that
+// is not the body's, or a CSeq of another method. SIPLIB_ERR_ARGUMENT: larger than a message may be.
 int complete_request(Message& message, const std::string& method, const std::string& uri, CSeqTable& cseqs,
                      std::string& text);
 

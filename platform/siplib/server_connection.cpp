@@ -24,6 +24,7 @@ bool ServerConnection::open(Message request, Arrival arrival, std::uint32_t& gen
     work_->arrival = std::move(arrival);
     answered_ = false;
     state_.begin();
+    state_.owed = 1; // nobody can have it before it is announced
     generation = state_.generation;
     return true;
 }
@@ -67,12 +68,6 @@ void ServerConnection::put_into_queue(std::uint32_t generation)
         notifier->announce();
     else
         refuse(generation, 503);
-}
-
-void ServerConnection::owe_one()
-{
-    Guard guard(state_.mutex);
-    state_.owed = 1;
 }
 
 int ServerConnection::initResponse(int code)

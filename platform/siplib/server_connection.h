@@ -47,7 +47,6 @@ public:
     };
     bool open(Message request, Arrival arrival, std::uint32_t& generation); // false: out of memory
     void put_into_queue(std::uint32_t generation); // the notifier's, or the dialog's if that has a listener
-    void owe_one();                                // the listener is about to be told
     void transaction_ended(std::uint32_t generation);
     // Answers without an application: 503 of a closing port, for instance.
     void refuse(std::uint32_t generation, int status);
@@ -69,6 +68,7 @@ private:
     void let_go();
     bool responding() const { return state_.live() && !answered_ && work_->started; }
 
+    // Locks: the connection's before the dialog's or the notifier's, never the other way round.
     ShellState state_;
     std::unique_ptr<Work> work_;
     bool answered_ = false; // no further response is possible

@@ -181,9 +181,7 @@ unsigned Stack::settle_dialog(const RequestOrder& order, int status, const RawMe
     const unsigned place = order.holds & (holds_subscription | holds_call);
     const bool in_dialog = place == 0;
     const bool success = status < 300;
-    if ((in_dialog && status != 481 && order.text.compare(0, 10, "SUBSCRIBE ") != 0) ||
-        (!in_dialog && !success))
-        return order.holds;
+    if ((in_dialog && status != 481 && !order.makes_dialog) || (!in_dialog && !success)) return order.holds;
     Message response;
     if (!response.parse(raw.text, raw.body_at)) return order.holds;
     const DialogKey key = key_of_own_request(response);
@@ -193,8 +191,9 @@ unsigned Stack::settle_dialog(const RequestOrder& order, int status, const RawMe
         if (dialog && success) dialog->refreshed(response, response, "SUBSCRIBE");
         return order.holds;
     }
-    const auto blank = order.text.find(' ');
-    const std::string uri = order.text.substr(blank + 1, order.text.find(' ', blank + 1) - blank - 1);
+    const std::string_view request = order.message();
+    const auto blank = request.find(' ');
+    const std::string uri(request.substr(blank + 1, request.find(' ', blank + 1) - blank - 1));
     made = Dialog::made_by_an_answer(*this, response, uri, place);
     return made ? order.holds & ~place : order.holds;
 }

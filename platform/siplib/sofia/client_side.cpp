@@ -22,11 +22,11 @@ int on_outgoing(siplib_outgoing* slot, nta_outgoing_t*, const sip_t* sip)
 }
 
 // A response made here, from the request as it would have been sent.
-RawMessage made_response(const std::string& request_text, int status)
+RawMessage made_response(std::string_view request_text, int status)
 {
     Message request;
     const auto end = request_text.find("\r\n\r\n");
-    request.parse(request_text, end == std::string::npos ? end : end + 4);
+    request.parse(std::string(request_text), end == std::string_view::npos ? end : end + 4);
     RawMessage raw;
     raw.text = response_text(request, Message(), status, std::string());
     raw.body_at = raw.text.size();
@@ -52,20 +52,32 @@ void ClientSide::answer(const RequestOrder& order, int status)
     if (order.is_ack)
         events_.sent(order);
     else
-        events_.response(order, status, made_response(order.text, status));
+        events_.response(order, status, made_response(order.message(), status));
 }
 
 void ClientSide::send(RequestOrder order)
 {
-    std::unique_ptr<Window>& window = windows_[order.target.route];
-    if (!window) window = std::make_unique<Window>();
+    const std::string_view route = order.route_view();
+    auto found = windows_.find(route);
+    if (found == windows_.end()) found = windows_.try_emplace(std::string(route)).first;
     ++busy_;
-    if (window->under_way < window_size) {
-        start(std::move(order), *window);
-        return;
-    }
     ++parked_;
-    window->parked.push_back(std::move(order));
+    found->second.parked.push_back(std::move(order));
+    pump(found->second);
+}
+
+// Starts what fits. Not from within itself: a request may fail at once, and thousands may wait behind it.
+void ClientSide::pump(Window& window)
+{
+    if (window.pumping) return;
+    window.pumping = true;
+    while (!window.parked.empty() && window.under_way < window_size) {
+        RequestOrder next = std::move(window.parked.front());
+        window.parked.pop_front();
+        --parked_;
+        start(std::move(next), window);
+    }
+    window.pumping = false;
 }
 
 void ClientSide::start(RequestOrder order, Window& window)
@@ -77,33 +89,33 @@ void ClientSide::start(RequestOrder order, Window& window)
     slot.transaction = nullptr;
     slot.agent = agent_;
     ++window.under_way;
-    if (MessageRecord::enabled()) sent_bodies().note(slot.order.text);
-    msg_t* msg = message_of(slot.order.text);
-    const auto* route = reinterpret_cast<const url_string_t*>(slot.order.target.route.c_str());
+    if (MessageRecord::enabled()) sent_bodies().note(slot.order.message());
+    msg_t* msg = message_of(slot.order.message());
+    const char* route = slot.order.uri_is_route ? nullptr : slot.order.route();
     nta_outgoing_t* transaction = nullptr;
     if (msg)
-        transaction = nta_outgoing_mcreate(agent_, on_outgoing, &slot, route, msg,
-                                           NTATAG_USER_VIA(slot.order.own_via), TAG_END());
-    if (!slot.busy) return; // answered from within the call
-    slot.transaction = transaction;
-    if (!transaction) {
-        const RequestOrder failed = std::move(slot.order);
-        finish(slot);
-        answer(failed, msg ? 503 : 400);
+        transaction =
+            nta_outgoing_mcreate(agent_, on_outgoing, &slot, reinterpret_cast<const url_string_t*>(route),
+                                 msg, NTATAG_USER_VIA(slot.order.own_via), TAG_END());
+    if (!slot.busy) { // answered from within the call
+        if (transaction) nta_outgoing_destroy(transaction);
         return;
     }
-    if (slot.order.target.tcp) count_connection(slot);
-    if (slot.order.is_ack) {
-        const RequestOrder gone = std::move(slot.order);
-        finish(slot);
-        events_.sent(gone);
-    }
+    slot.transaction = transaction;
+    if (transaction && slot.order.tcp) count_connection(slot);
+    if (transaction && !slot.order.is_ack) return;
+    const RequestOrder done = std::move(slot.order);
+    finish(slot);
+    if (transaction)
+        events_.sent(done);
+    else
+        answer(done, msg ? 503 : 400);
 }
 
 void ClientSide::count_connection(const siplib_outgoing& slot)
 {
     tport_t* transport = nta_outgoing_transport(slot.transaction);
-    connections_.use(transport, slot.order.target.route);
+    connections_.use(transport, std::string(slot.order.route_view()));
     tport_unref(transport);
 }
 
@@ -111,38 +123,29 @@ void ClientSide::count_connection(const siplib_outgoing& slot)
 // and nothing is wrong with the peer. One more try, on a fresh connection.
 bool ClientSide::send_again(siplib_outgoing& slot, int status)
 {
-    if (status != 503 || !slot.order.target.tcp || slot.order.retried || !slot.window->has_answered)
-        return false;
-    RequestOrder again = std::move(slot.order);
-    again.retried = true;
+    if (status != 503 || !slot.order.tcp || slot.order.retried || !slot.window->has_answered) return false;
     Window& window = *slot.window;
-    ++window.under_way; // keeps the place while the slot is given back
+    slot.order.retried = true;
+    window.parked.push_front(std::move(slot.order));
+    ++parked_;
     ++busy_;
     finish(slot);
-    --window.under_way;
-    start(std::move(again), window);
+    pump(window);
     return true;
 }
 
-// The slot is free afterwards, and the next parked order of its window is on its way.
+// The slot is free afterwards.
 void ClientSide::finish(siplib_outgoing& slot)
 {
-    Window& window = *slot.window;
     nta_outgoing_t* transaction = slot.transaction;
+    --slot.window->under_way;
     slot.transaction = nullptr;
     slot.window = nullptr;
     slot.busy = false;
     slot.order = RequestOrder();
     free_.push_back(&slot);
-    --window.under_way;
     --busy_;
     if (transaction) nta_outgoing_destroy(transaction);
-    if (!window.parked.empty() && window.under_way < window_size) {
-        RequestOrder next = std::move(window.parked.front());
-        window.parked.pop_front();
-        --parked_;
-        start(std::move(next), window);
-    }
 }
 
 void ClientSide::on_response(siplib_outgoing& slot, const sip_t* sip)
@@ -155,10 +158,22 @@ void ClientSide::on_response(siplib_outgoing& slot, const sip_t* sip)
     }
     const bool made_by_stack = nta_sip_is_internal(sip) != 0;
     if (made_by_stack && send_again(slot, status)) return;
-    if (!made_by_stack) slot.window->has_answered = true;
-    RawMessage raw = made_by_stack ? made_response(slot.order.text, status) : raw_message(sip);
-    const RequestOrder order = std::move(slot.order);
+    Window& window = *slot.window;
+    if (!made_by_stack) window.has_answered = true;
+    RawMessage raw;
+    if (made_by_stack)
+        raw = made_response(slot.order.message(), status);
+    else
+        read_raw_message(sip, scratch_);
+    RequestOrder order = std::move(slot.order);
     finish(slot);
+    pump(window);
+    if (!made_by_stack) {
+        // The response takes the request's memory, unless the request is wanted once more.
+        if (!order.makes_dialog) raw.text = std::move(order.text);
+        raw.text.assign(scratch_.text);
+        raw.body_at = scratch_.body_at;
+    }
     events_.response(order, status, std::move(raw));
 }
 
@@ -167,9 +182,9 @@ void ClientSide::tick(Time now)
     if (parked_ > 0) {
         std::vector<RequestOrder> late;
         for (auto& [route, window] : windows_) {
-            while (!window->parked.empty() && window->parked.front().born + patience_ <= now) {
-                late.push_back(std::move(window->parked.front()));
-                window->parked.pop_front();
+            while (!window.parked.empty() && window.parked.front().born + patience_ <= now) {
+                late.push_back(std::move(window.parked.front()));
+                window.parked.pop_front();
                 --parked_;
                 --busy_;
             }
@@ -178,9 +193,10 @@ void ClientSide::tick(Time now)
             answer(order, 408);
     }
     if (windows_.size() <= most_idle_windows) return;
-    for (auto window = windows_.begin(); window != windows_.end();)
-        window = window->second->under_way == 0 && window->second->parked.empty() ? windows_.erase(window)
-                                                                                  : std::next(window);
+    for (auto entry = windows_.begin(); entry != windows_.end();) {
+        const bool idle = entry->second.under_way == 0 && entry->second.parked.empty();
+        entry = idle ? windows_.erase(entry) : std::next(entry);
+    }
 }
 
 void ClientSide::forget(nta_agent_t* agent)
@@ -191,6 +207,8 @@ void ClientSide::forget(nta_agent_t* agent)
         lost.push_back(std::move(slot.order));
         finish(slot);
     }
+    for (auto& entry : windows_)
+        pump(entry.second);
     for (const RequestOrder& order : lost)
         answer(order, 503);
 }

@@ -15,9 +15,9 @@
 #include "siplib/sofia/connections.h"
 
 #include <deque>
-#include <memory>
+#include <functional>
+#include <map>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 namespace siplib::sofia {
@@ -40,6 +40,7 @@ namespace siplib::sofia {
 // The requests to one destination.
 struct Window {
     unsigned under_way = 0;
+    bool pumping = false;
     bool has_answered =
         false; // the peer was there: a transport that fails now had only been closed meanwhile
     std::deque<RequestOrder> parked;
@@ -67,6 +68,7 @@ public:
 
 private:
     siplib_outgoing& free_slot();
+    void pump(Window& window);
     void start(RequestOrder order, Window& window);
     void finish(siplib_outgoing& slot);
     void answer(const RequestOrder& order, int status);
@@ -79,7 +81,8 @@ private:
     nta_agent_t* agent_ = nullptr;
     std::deque<siplib_outgoing> slots_;
     std::vector<siplib_outgoing*> free_;
-    std::unordered_map<std::string, std::unique_ptr<Window>> windows_;
+    std::map<std::string, Window, std::less<>> windows_; // by route; its nodes do not move
+    RawMessage scratch_;
     std::size_t busy_ = 0;   // transactions and parked orders
     std::size_t parked_ = 0; // of these, parked
 };

@@ -21,6 +21,13 @@ void append_encoded(std::string& text, const msg_header_t* header)
 RawMessage raw_message(const sip_t* sip)
 {
     RawMessage raw;
+    read_raw_message(sip, raw);
+    return raw;
+}
+
+void read_raw_message(const sip_t* sip, RawMessage& raw)
+{
+    raw.text.clear();
     raw.text.reserve(512);
     const auto* first = sip->sip_request ? reinterpret_cast<const msg_header_t*>(sip->sip_request)
                                          : reinterpret_cast<const msg_header_t*>(sip->sip_status);
@@ -39,10 +46,9 @@ RawMessage raw_message(const sip_t* sip)
             append_encoded(raw.text, header);
     }
     if (!body_found) raw.body_at = raw.text.size();
-    return raw;
 }
 
-msg_t* message_of(const std::string& text)
+msg_t* message_of(std::string_view text)
 {
     msg_t* msg = msg_make(sip_default_mclass(), 0, text.data(), static_cast<ssize_t>(text.size()));
     const sip_t* sip = msg ? sip_object(msg) : nullptr;

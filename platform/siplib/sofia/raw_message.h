@@ -13,9 +13,10 @@ namespace siplib::sofia {
 
 // The message as it came, with what the stack has changed since (Via's received and rport).
 RawMessage raw_message(const sip_t* sip);
+void read_raw_message(const sip_t* sip, RawMessage& raw); // into memory that may be there already
 
 // null when the stack's parser does not accept the text as a SIP message. The caller owns the result.
-msg_t* message_of(const std::string& text);
+msg_t* message_of(std::string_view text);
 
 } // namespace siplib::sofia
 

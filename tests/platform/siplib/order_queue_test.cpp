@@ -21,7 +21,7 @@ Order numbered(int n)
 {
     Order order;
     order.kind = Order::Kind::request;
-    order.request.target.port = n;
+    order.request.route_size = static_cast<std::uint32_t>(n);
     return order;
 }
 
@@ -33,11 +33,11 @@ TEST(AnOrderQueue, KeepsTheOrder)
         ASSERT_TRUE(queue.push(numbered(i), true));
     queue.take(batch, 3);
     ASSERT_EQ(batch.size(), 3u);
-    EXPECT_EQ(batch[0].request.target.port, 0);
-    EXPECT_EQ(batch[2].request.target.port, 2);
+    EXPECT_EQ(batch[0].request.route_size, 0u);
+    EXPECT_EQ(batch[2].request.route_size, 2u);
     queue.take(batch, 3);
     ASSERT_EQ(batch.size(), 2u);
-    EXPECT_EQ(batch[1].request.target.port, 4);
+    EXPECT_EQ(batch[1].request.route_size, 4u);
 }
 
 TEST(AnOrderQueue, IsAwakeAsLongAsSomethingWaits)
@@ -79,7 +79,7 @@ TEST(AnOrderQueue, MakesOthersWaitWhileItIsFull)
         EXPECT_LE(pushed.load(), expected + 2 + 1);
         queue.take(batch, 1);
         for (const Order& order : batch)
-            EXPECT_EQ(order.request.target.port, expected++);
+            EXPECT_EQ(order.request.route_size, static_cast<unsigned>(expected++));
     }
     producer.join();
 }
