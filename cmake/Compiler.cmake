@@ -7,6 +7,9 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(THREADS_PREFER_PTHREAD_FLAG ON)
+# On 32-bit targets too, files and directories are of any size: without it readdir, stat and glob fail with
+# EOVERFLOW on a file system whose numbers are wider.
+add_compile_definitions(_FILE_OFFSET_BITS=64)
 
 set(IMSUA_SANITIZE "" CACHE STRING "sanitizers for everything, as in -fsanitize=")
 if(IMSUA_SANITIZE)

@@ -86,7 +86,7 @@ function(framework_finish)
       VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR} LINKER_LANGUAGE CXX)
     target_include_directories(imsua_${kind} PUBLIC
       "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>" "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/platform>"
-      $<INSTALL_INTERFACE:include/imsua> $<INSTALL_INTERFACE:include/imsua/platform>)
+      $<INSTALL_INTERFACE:include/imsua>)
     target_link_libraries(imsua_${kind} PUBLIC pelgo_siplib pelgo_baseuafw PkgConfig::LIBXML2 Threads::Threads)
   endforeach()
   target_link_options(imsua_shared PRIVATE ${IMSUA_SHARED_LINK})
@@ -112,7 +112,7 @@ function(platform_library name)
   foreach(target ${name} ${name}_internal)
     target_include_directories(${target} PUBLIC
       "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>" "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/platform>"
-      $<INSTALL_INTERFACE:include/imsua> $<INSTALL_INTERFACE:include/imsua/platform>)
+      $<INSTALL_INTERFACE:include/imsua>)
   endforeach()
   target_link_libraries(${name} PUBLIC ${L_USES} Threads::Threads PRIVATE ${L_PACKAGES})
   target_link_libraries(${name}_internal PUBLIC ${L_USES} ${L_PACKAGES} Threads::Threads)
