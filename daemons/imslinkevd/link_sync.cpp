@@ -6,6 +6,16 @@
 #include <libmnl/libmnl.h>
 #include <linux/rtnetlink.h>
 
+namespace {
+
+// Not mnl_nlmsg_ok: that takes a length beyond INT_MAX for a negative one, which fits everywhere.
+bool is_whole(const nlmsghdr* message, std::size_t left)
+{
+    return left >= sizeof(nlmsghdr) && message->nlmsg_len >= sizeof(nlmsghdr) && message->nlmsg_len <= left;
+}
+
+} // namespace
+
 void Link_sync::start()
 {
     phase_ = Phase::links;
@@ -32,15 +42,19 @@ Link_sync::Request Link_sync::request() const
 Link_sync::Wants Link_sync::take(const void* data, std::size_t size)
 {
     auto wants = Wants::nothing;
-    int left = static_cast<int>(size);
-    const auto* message = static_cast<const nlmsghdr*>(data);
-    while (mnl_nlmsg_ok(message, left)) {
+    const auto* bytes = static_cast<const char*>(data);
+    std::size_t left = size;
+    while (left > 0) {
+        const auto* message = reinterpret_cast<const nlmsghdr*>(bytes);
+        if (!is_whole(message, left)) return Wants::start_over; // a piece of a message: something is lost
         const auto now = take_message(message);
         if (now == Wants::start_over) return now;
         if (now != Wants::nothing) wants = now;
-        message = mnl_nlmsg_next(message, &left);
+        const std::size_t step = std::min<std::size_t>(NLMSG_ALIGN(message->nlmsg_len), left);
+        bytes += step;
+        left -= step;
     }
-    return left > 0 ? Wants::start_over : wants; // a piece of a message: something is lost
+    return wants;
 }
 
 Link_sync::Wants Link_sync::take_message(const nlmsghdr* message)

@@ -145,4 +145,14 @@ TEST_F(ALinkSync, TakesManyMessagesOfOneReceiveAndDistrustsAPieceOfOne)
     EXPECT_EQ(sync.take(batch.data(), batch.size() - 4), Wants::start_over);
 }
 
+TEST_F(ALinkSync, DistrustsAnImpossibleLength)
+{
+    for (const unsigned length : {0u, 15u, 0x7fffffffu, 0x80000010u, 0xffffffffu}) {
+        follow();
+        auto message = link(2, "eth0", 0);
+        message.head()->nlmsg_len = length;
+        EXPECT_EQ(sync.take(message.head(), 64), Wants::start_over) << length;
+    }
+}
+
 } // namespace
