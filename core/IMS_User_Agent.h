@@ -53,15 +53,17 @@ public:
 
     // ---- the framework's configuration store (also usable without an object) ----
 
-    // Reads the value at `xpath` of the configuration document named `document`. Non-zero when it was found;
-    // 0 when not, or while no framework interface is open. A null `xpath` reads as "".
+    // Reads the value at `xpath` of the configuration document named `document` into `value`. The framework
+    // interface's own result, non-zero when it was found; 0 while none is open, with `value` untouched. A
+    // null `xpath` reads as "". May wait for the framework daemon.
     static int get_xml_parameter(const char* xpath, std::string& value, const std::string& document);
     static int get_xml_parameter(const std::string& xpath, std::string& value, const std::string& document);
 
-    // Reads several values in one request: the `tag` of each pair is its path, `value` is filled.
+    // Reads several values in one request: the `tag` of each pair is its path, `value` is filled. Result as
+    // above.
     static int get_xml_parameters(std::vector<SIP_IMS_CFG_TAG_VALUE_T>& pairs, const std::string& document);
 
-    // Writes one value; result as the framework interface gives it, 0 without one.
+    // Writes one value. Result as above; a null `xpath` reads as "".
     static int set_xml_parameter(const char* xpath, const std::string& value, const std::string& document);
     static int set_xml_parameter(const std::string& xpath, const std::string& value,
                                  const std::string& document);
@@ -96,7 +98,8 @@ public:
     // live as long as the agent; null takes it away. Any thread.
     void install_tapi_ifc(IMS_Tapi_ifc* ifc);
 
-    // ---- raw transport events: empty here, for daemons that watch them ----
+    // ---- raw transport events: empty here, and called by nothing in this library; for daemons that watch
+    // the transport themselves. `conn` belongs to the SIP library ----
     virtual void handle_notify_tcp_request(SIPLIB_SIPConnection* conn);
     virtual void handle_notify_tcp_response(SIPLIB_SIPConnection* conn);
     virtual void handle_notify_tcp_incoming_conn(SIPLIB_SIPConnection* conn);
@@ -124,7 +127,8 @@ public:
     // Queues `data` as a message of kind `type` and wakes the main loop. Any thread. The payloads of kinds 0,
     // 9, 10 and 11 are malloc blocks and pass to the queue. A full queue drops the message with two lines at
     // level 4: the payload of kinds 0, 10 and 11 is then freed, that of every other kind stays the caller's
-    // (who is not told). The log's sink must not call the agent.
+    // (who is not told). The log's sink must not call the agent. No memory for the queue's own element:
+    // logged at level 3, the payload freed as for a full queue, exit status 1.
     void fill_queue_and_send_signal(MSG_TYPE type, void* data);
 
     // Queue a response (kind 1) or a request (kind 2). Any thread.
@@ -140,20 +144,27 @@ public:
     // else empty.
     void fill_proxy();
 
-    // `hop` becomes the outbound proxy, or 127.0.0.1 port 5060 without one. The host is cut at 50 characters;
-    // the port is -1 or 0 where the proxy's address gives none. `transport` stays as it is without a proxy.
+    // `hop` becomes the outbound proxy, or 127.0.0.1 port 5060 without one; its flag is 1 either way. The
+    // host is cut at 50 characters. The port is -1 where the proxy's address has no usable one, and 0, with
+    // an empty host, where __ua_proxy is no address. `transport` is the proxy's "transport" parameter, "" if
+    // it has none; without a proxy it stays as it is.
     void fill_immediate_hop(SIPLIB_SipImsServerAddress& hop);
 
     // Registers the owners of imsreg, reg, message-summary, callstate, ipcan and isim, as the capability
     // files in the working directory name them, with IMS_event_mgmt.
     void fill_event_owners();
 
-    // Forward to SIPLIB_SIPConnector::open and log the outcome. The object belongs to the SIP library; null
-    // when it could not be opened. Null texts are logged as "(null)".
+    // Forward to the SIPLIB_SIPConnector::open of the same arguments and log the outcome, level 5 or 4. The
+    // object belongs to the SIP library; null when it could not be opened. It is what was asked for, so look
+    // at it with asNotifier() or asClientConnection(). Null texts are logged as "(null)".
+    //
+    // By URI: ("sip:5070", null) a notifier on that port, anything else a client connection to `desturi`.
     static SIPLIB_SIPObject* conn_open(SIPLIB_SIPConnector& connector, const char* desturi,
                                        const char* srcuri);
+    // By To and From: a client connection whose requests go to `to`.
     static SIPLIB_SIPObject* conn_open(SIPLIB_SIPConnector& connector, const char* to, const char* from,
                                        const char* srcuri);
+    // By address: `type` is the transport, "udp" or "tcp".
     static SIPLIB_SIPObject* conn_open(SIPLIB_SIPConnector& connector, const char* type, const char* destip,
                                        int destport, const char* srcip, int srcport);
 

@@ -41,6 +41,7 @@ public:
     virtual bool receive();
 
     // The value of the first header `tag`, in `buf` of `len` bytes: cleared first, always zero-terminated.
+    // False when there is no such header, or it did not fit: what fitted is in `buf` then.
     bool get_header(const char* tag, char* buf, int len);
     // Replaces header `tag`; adds a further one; removes it. CR, LF and NUL in a value are refused by the
     // SIP library, so a value cannot smuggle in a header of its own.
@@ -52,7 +53,7 @@ public:
     // never more than it was; a longer body is cut and false returned. With a null connection `len` and
     // `buf` are left alone.
     bool get_body(char* buf, int& len);
-    // Sets `len` bytes as the body; they are copied.
+    // Sets `len` bytes as the body; they are copied. (null, 0) takes the body away.
     bool set_body(const char* data, int len);
 
     // The code of the response; 0 when there is none.
@@ -66,6 +67,7 @@ public:
     // The method, in a buffer of SIPLIB_METHOD_SIZE bytes, or of `capacity` bytes; "" on failure.
     bool get_method(char* buf);
     bool get_method(char* buf, int capacity);
+    // Replaces the method, the Request-URI of the request being built.
     bool set_method(const char* name);
     bool set_request_uri(const char* uri);
 

@@ -22,6 +22,7 @@ class IMSUA_API IMS_subscription_table {
 public:
     // An empty table. No memory: logged at level 3, exit status 255.
     IMS_subscription_table();
+    // Removes every entry. Sends nothing.
     ~IMS_subscription_table();
 
     // Appends an entry with copies of the texts; a null one is stored as "". `expires` is in seconds. `to`
@@ -45,8 +46,8 @@ public:
     // stored).
     int getExpires(std::string contact);
 
-    // The texts of the entry at `index`, counted from 0. 0, or -1 with the arguments untouched when there is
-    // no such entry.
+    // The texts of the entry at `index`, counted from 0, the oldest; without its package and expiry. 0, or -1
+    // with the arguments untouched when there is no such entry.
     int getEntry(int index, std::string& contact, std::string& to, std::string& from, std::string& callid);
     int getContact(int index, std::string& contact);
 

@@ -2,6 +2,7 @@
 #include "tests/core/class_wide.h"
 #include "tests/core/sip_fakes.h"
 #include "tests/core/test_agent.h"
+#include "tests/support/canned_address.h"
 #include "tests/support/log_records.h"
 #include "tests/support/temp_dir.h"
 
@@ -109,6 +110,13 @@ TEST_F(TheNextHop, IsTheProxyInBracketsToo)
     EXPECT_EQ(hop.transport, "udp");
 }
 
+TEST_F(TheNextHop, ReadsTheProxyAsTheValueOfAContact)
+{
+    AddressFactory none(nullptr);
+    fill("whatever it is");
+    EXPECT_EQ(AddressFactory::asked_for(), Texts(3, "Contact: whatever it is"));
+}
+
 TEST_F(TheNextHop, CutsALongHostInsideItsField)
 {
     const std::string host = std::string(58, 'h') + ".x";
@@ -212,6 +220,17 @@ TEST_F(TheLocalNotifier, DeliversItsRequestsToTheAgent)
     agent.process_one_message();
     ASSERT_EQ(agent.events.size(), 1u);
     EXPECT_EQ(agent.events[0].kind, MSG_TYPE_SIP_REQUEST);
+}
+
+TEST_F(TheLocalNotifier, GetsItsListenerBeforeThePortIsRecorded)
+{
+    IMS_User_Agent::__ua_myuri = "as it was";
+    std::string uri_then;
+    notifier.on_listener = [&] { uri_then = IMS_User_Agent::__ua_myuri; };
+    only_free(5070);
+    agent.open_local_notifier(5070);
+    notifier.on_listener = nullptr;
+    EXPECT_EQ(uri_then, "as it was");
 }
 
 TEST_F(TheLocalNotifier, TriesTheHundredthPort)

@@ -54,8 +54,10 @@ struct FakeNotifier : SIPLIB_SIPNotifier {
     int setListener(SIPLIB_SIPServerConnectionListener* wanted) override
     {
         listeners.push_back(wanted);
+        if (on_listener) on_listener();
         return SIPLIB_OK;
     }
+    std::function<void()> on_listener;
     SIPLIB_SIPConnection* accepted = nullptr;
     int accepts = 0;
     std::vector<SIPLIB_SIPDialog*> dialogs;
