@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -76,6 +77,28 @@ TEST_F(ACapabilityFile, ReportsThatItCannotBeOpened)
     EXPECT_EQ(Agent::write_cap_file({}), 0);
     const LogRecord wanted = {3, "create_cap_file", "error opening file agent.cap"};
     EXPECT_EQ(log.all(), (Records{wanted, wanted}));
+}
+
+TEST_F(ACapabilityFile, ThatTheDiskCannotHoldIsNoFailure)
+{
+    ASSERT_EQ(::symlink("/dev/full", "agent.cap"), 0);
+    EXPECT_EQ(Agent::create_cap_file(2, "Event", "reg"), 1);
+    EXPECT_TRUE(log.all().empty());
+}
+
+// The lowest free descriptor: the same as before when everything that was opened is closed again.
+int next_descriptor()
+{
+    const int fd = ::dup(STDERR_FILENO);
+    ::close(fd);
+    return fd;
+}
+
+TEST_F(ACapabilityFile, IsClosedAfterwards)
+{
+    const int before = next_descriptor();
+    EXPECT_EQ(Agent::create_cap_file(2, "Event", "reg"), 1);
+    EXPECT_EQ(next_descriptor(), before);
 }
 
 TEST_F(ACapabilityFile, IsReadBackByTheOtherDaemons)
