@@ -1,9 +1,10 @@
 // Which libxml2 calls end a piece of work, and that documents survive threads.
 //
-// The three clean-up calls are counted on their way into libxml2: this program's definitions come first, and
+// Some calls are counted and looked at on their way into libxml2: this program's definitions come first, and
 // pass each call on.
 #include "xml/XmlSection.h"
 
+#include "tests/support/log_records.h"
 #include "tests/xml/documents.h"
 #include "xml/DALinkAvailEvXmlData.h"
 #include "xml/DALinkEvXmlData.h"
@@ -11,17 +12,33 @@
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
 #include <libxml/threads.h>
+#include <libxml/xpath.h>
 
 #include <atomic>
+#include <chrono>
+#include <cstring>
 #include <dlfcn.h>
+#include <functional>
+#include <future>
 #include <memory>
 #include <thread>
+#include <vector>
 
 namespace {
 
 std::atomic<int> freed{0};
 std::atomic<int> cleaned{0};
 std::atomic<int> dumped{0};
+
+// Set by a test while it looks on.
+std::vector<int>* versions_checked = nullptr;
+struct Reading {
+    int length, options;
+    bool has_url, has_encoding;
+};
+std::vector<Reading>* readings = nullptr;
+std::function<void()>* at_context = nullptr;
+bool no_context = false;
 
 template <typename Function>
 Function* next(const char* name)
@@ -46,6 +63,23 @@ __attribute__((visibility("default"))) void xmlMemoryDump(void)
 {
     ++dumped;
     next<void()>("xmlMemoryDump")();
+}
+__attribute__((visibility("default"))) void xmlCheckVersion(int version)
+{
+    if (versions_checked) versions_checked->push_back(version);
+    next<void(int)>("xmlCheckVersion")(version);
+}
+__attribute__((visibility("default"))) xmlDocPtr xmlReadMemory(const char* text, int length, const char* url,
+                                                               const char* encoding, int options)
+{
+    if (readings) readings->push_back({length, options, url != nullptr, encoding != nullptr});
+    return next<xmlDocPtr(const char*, int, const char*, const char*, int)>("xmlReadMemory")(
+        text, length, url, encoding, options);
+}
+__attribute__((visibility("default"))) xmlXPathContextPtr xmlXPathNewContext(xmlDocPtr doc)
+{
+    if (at_context) (*at_context)();
+    return no_context ? nullptr : next<xmlXPathContextPtr(xmlDocPtr)>("xmlXPathNewContext")(doc);
 }
 }
 
@@ -86,6 +120,39 @@ protected:
 };
 
 const char* const BODY = "<link-info><network><access-network>IEEE</access-network></network></link-info>";
+
+TEST_F(AnXmlSection, ChecksTheVersionOnceForEachDocument)
+{
+    std::vector<int> versions;
+    versions_checked = &versions;
+    {
+        const XmlData base;
+        DALinkEvXmlData document;
+        EXPECT_EQ(versions, (std::vector<int>{20616, 20616})) << "2.6.16, also when built with a later one";
+        document.encodeXml();
+        parse(document, BODY);
+    }
+    versions_checked = nullptr;
+    EXPECT_EQ(versions.size(), 2u);
+}
+
+TEST_F(AnXmlSection, ParsesWithoutAnyOption)
+{
+    std::vector<Reading> seen;
+    readings = &seen;
+    DALinkEvXmlData event;
+    DALinkAvailEvXmlData available;
+    parse(event, BODY);
+    parse(available, "no document");
+    available.parseXml(); // null: not even tried
+    readings = nullptr;
+    ASSERT_EQ(seen.size(), 2u);
+    for (const Reading& reading : seen) {
+        EXPECT_EQ(reading.options, 0);
+        EXPECT_FALSE(reading.has_url || reading.has_encoding);
+    }
+    EXPECT_EQ(seen[0].length, static_cast<int>(std::strlen(BODY)));
+}
 
 TEST_F(AnXmlSection, EndsAParseWithTheTreeFreedAndOneCleanUp)
 {
@@ -136,6 +203,46 @@ TEST_F(AnXmlSection, CleansUpOnceForWorkInsideWork)
                   xmlFreeDoc(doc);
               }),
               (Calls{3, 1, 1}));
+}
+
+TEST_F(AnXmlSection, DumpsAtItsEndAlsoWhenAParseFollowsTheEncode)
+{
+    EXPECT_EQ(calls_of([] {
+                  XmlSection outer(XmlSection::Kind::work);
+                  DALinkAvailEvXmlData document;
+                  EXPECT_EQ(document.encodeXml(), 0);
+                  EXPECT_EQ(parse(document, BODY), 0);
+              }),
+              (Calls{2, 1, 1}));
+}
+
+TEST_F(AnXmlSection, KeepsOtherThreadsOutWhileAValueIsLookedUp)
+{
+    xmlDocPtr doc = xmlReadMemory("<a>x</a>", 8, nullptr, nullptr, 0);
+    std::future<void> other;
+    std::function<void()> look = [&] {
+        other = std::async(std::launch::async, [] { const XmlSection turn(XmlSection::Kind::work); });
+        EXPECT_EQ(other.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+    };
+    at_context = &look;
+    std::string value;
+    EXPECT_TRUE(XmlData::get_value(doc, "//a", value));
+    at_context = nullptr;
+    other.wait(); // its turn now
+    xmlFreeDoc(doc);
+}
+
+TEST_F(AnXmlSection, OfALookUpWithoutAContextSaysSo)
+{
+    xmlDocPtr doc = xmlReadMemory("<a>x</a>", 8, nullptr, nullptr, 0);
+    LogRecords log;
+    std::string value = "before";
+    no_context = true;
+    EXPECT_FALSE(XmlData::get_value(doc, "//a", value));
+    no_context = false;
+    xmlFreeDoc(doc);
+    EXPECT_EQ(value, "before");
+    EXPECT_EQ(log.all(), (std::vector<LogRecord>{{4, "get_value", "path_context is null"}}));
 }
 
 TEST_F(AnXmlSection, ElectsTheThreadThatWorks)
