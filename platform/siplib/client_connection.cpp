@@ -41,6 +41,7 @@ int ClientConnection::initRequest(const char* method)
     work.announced = 0;
     work.status = 0;
     work.response_read = false;
+    work.untaken.reserve(1); // here, not on the SIP thread: memory goes back to where it came from
     const Opening& opening = work.opening;
     if (!opening.from.empty()) work.request.add("From", opening.from);
     if (!opening.to.empty()) work.request.add("To", opening.to);

@@ -8,7 +8,8 @@
 namespace siplib {
 namespace {
 
-void log_line(int level, const char* function, const char* format, va_list args)
+__attribute__((format(printf, 3, 0))) void log_line(int level, const char* function, const char* format,
+                                                    va_list args)
 {
     char text[1024];
     std::vsnprintf(text, sizeof text, format, args);

@@ -37,7 +37,7 @@ void log_line(const std::string& line, bool trace)
         log_failure("sofia", "%s", line.c_str());
 }
 
-void take_piece(void*, const char* format, va_list args)
+__attribute__((format(printf, 2, 0))) void take_piece(void*, const char* format, va_list args)
 {
     char piece[longest_line];
     std::vsnprintf(piece, sizeof piece, format, args);
