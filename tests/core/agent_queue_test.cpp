@@ -454,7 +454,7 @@ TEST(ManyProducers, LoseNothingAndKeepTheirOwnOrderBelowTheBound)
     std::mutex m;
     std::condition_variable room;
     int held = 0; // what producers have put in and the loop has not taken out
-    std::vector<std::vector<Numbered>> payloads(producers, std::vector<Numbered>(each));
+    Numbered payloads[producers][each] = {};
     int next[producers] = {};
     int wrong = 0;
     agent.on_event = [&](void* data) {

@@ -63,7 +63,7 @@ TEST_F(TheEventOwners, AreForgottenWhenAnObjectIsConstructed)
         Owners reset;
         EXPECT_TRUE(Owners::evlist.empty());
         Owners::add_owner("reg", "Contact", "<sip:a@h>");
-        Owners copy(reset);
+        [[maybe_unused]] const Owners copy(reset);
         EXPECT_EQ(Owners::evlist.size(), 1u) << "a copy resets nothing";
     }
     EXPECT_EQ(Owners::evlist.size(), 1u) << "nor does a destructor";
