@@ -185,6 +185,8 @@ int ClientConnection::receive()
         Work& work = *work_;
         work.status = work.untaken.front().status;
         work.raw = std::move(work.untaken.front().raw);
+        // It came in the request's allocation, which is several times larger.
+        if (work.raw.text.capacity() > 2 * work.raw.text.size()) work.raw.text.shrink_to_fit();
         work.untaken.erase(work.untaken.begin());
         work.response_read = false;
         work.response.clear();
