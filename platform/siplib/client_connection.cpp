@@ -14,6 +14,24 @@ namespace {
 using Guard = std::lock_guard<std::mutex>;
 constexpr std::size_t most_untaken = 32; // provisional responses beyond are dropped
 
+// An empty host is no hop, whatever else the record holds.
+bool read_hop(const SIPLIB_SipImsServerAddress& address, NextHop& hop)
+{
+    const std::string_view host(address.host, strnlen(address.host, SIPLIB_HOST_SIZE));
+    if (host.empty()) return true;
+    const bool bare_v6 = host.find(':') != std::string_view::npos && host[0] != '[';
+    std::string uri_text = bare_v6 ? "sip:[" : "sip:";
+    uri_text.append(host).append(bare_v6 ? "]" : "");
+    Uri uri;
+    if (host.find_first_of("@;?") != std::string_view::npos || !read_uri(uri_text, uri) || uri.port != 0)
+        return false;
+    hop.host = uri.host;
+    hop.port = address.port > 0 ? address.port : 5060;
+    for (const char* known : {"udp", "tcp"})
+        if (same_word(address.transport, known)) hop.transport = known;
+    return hop.port <= 65535 && (!hop.transport.empty() || address.transport.empty());
+}
+
 } // namespace
 
 bool ClientConnection::open(Opening opening)
@@ -370,20 +388,7 @@ int ClientConnection::setRequestURI(const char* uri)
 int ClientConnection::setImsServerAddress(const SIPLIB_SipImsServerAddress& address)
 {
     NextHop hop;
-    hop.host.assign(address.host, strnlen(address.host, SIPLIB_HOST_SIZE));
-    hop.port = address.port > 0 ? address.port : 5060;
-    hop.transport = same_word(address.transport, "udp")   ? "udp"
-                    : same_word(address.transport, "tcp") ? "tcp"
-                                                          : "";
-    if (!hop.host.empty()) {
-        const bool is_reference = hop.host.find(':') != std::string::npos && hop.host[0] != '[';
-        Uri uri;
-        if (hop.port > 65535 || (hop.transport.empty() && !address.transport.empty()))
-            return SIPLIB_ERR_ARGUMENT;
-        if (!read_uri(is_reference ? "sip:[" + hop.host + "]" : "sip:" + hop.host, uri))
-            return SIPLIB_ERR_ARGUMENT;
-        hop.host = uri.host;
-    }
+    if (!read_hop(address, hop)) return SIPLIB_ERR_ARGUMENT;
     Guard guard(state_.mutex);
     if (!state_.live() || step_ == Step::sent) return SIPLIB_ERR_STATE;
     work_->opening.hop = std::move(hop);

@@ -15,7 +15,7 @@ int copy_text(std::string_view value, char* buf, int& len)
 {
     const std::size_t room = static_cast<std::size_t>(len) - 1;
     const std::size_t size = std::min(room, value.size());
-    std::memcpy(buf, value.data(), size);
+    if (size > 0) std::memcpy(buf, value.data(), size);
     buf[size] = '\0';
     len = static_cast<int>(size);
     return size < value.size() ? SIPLIB_ERR_TRUNCATED : SIPLIB_OK;

@@ -38,18 +38,22 @@ std::size_t Message::parse_field(std::size_t at, std::size_t end)
         const std::size_t more = text_.find('\n', line_end + 1);
         line_end = more == std::string::npos || more > end ? end : more;
     }
-    const std::string_view whole = std::string_view(text_).substr(at, line_end - at);
-    const auto colon = whole.find(':');
-    if (colon != std::string_view::npos) {
-        const std::string_view name = trimmed(whole.substr(0, colon));
-        const std::string_view value = trimmed(whole.substr(colon + 1));
-        const char* base = text_.data();
-        const char* value_at = value.empty() ? base + at + colon + 1 : value.data();
-        if (!name.empty())
-            fields_.push_back({as_u32(static_cast<std::size_t>(name.data() - base)), as_u32(name.size()),
-                               as_u32(static_cast<std::size_t>(value_at - base)), as_u32(value.size())});
-    }
+    note_field(at, line_end);
     return line_end < end ? line_end + 1 : end;
+}
+
+void Message::note_field(std::size_t at, std::size_t end)
+{
+    const std::string_view whole = std::string_view(text_).substr(at, end - at);
+    const auto colon = whole.find(':');
+    if (colon == std::string_view::npos) return; // no header line: left out
+    const std::string_view name = trimmed(whole.substr(0, colon));
+    const std::string_view value = trimmed(whole.substr(colon + 1));
+    if (name.empty()) return;
+    const char* base = text_.data();
+    const char* value_at = value.empty() ? base + at + colon + 1 : value.data();
+    fields_.push_back({as_u32(static_cast<std::size_t>(name.data() - base)), as_u32(name.size()),
+                       as_u32(static_cast<std::size_t>(value_at - base)), as_u32(value.size())});
 }
 
 bool Message::parse(std::string text, std::size_t body_at)

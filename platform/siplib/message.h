@@ -54,6 +54,7 @@ private:
     std::uint32_t keep(std::string_view text);
     std::size_t index_of(std::string_view header, std::size_t from) const;
     std::size_t parse_field(std::size_t at, std::size_t end);
+    void note_field(std::size_t at, std::size_t end);
     void drop_replaced();
 
     std::string text_; // everything the views point into; replaced values stay until clear()

@@ -284,13 +284,9 @@ bool read_uri(std::string_view text, Uri& uri)
     found.text = text;
     found.scheme = lowered(text.substr(0, colon));
     const std::string_view rest = text.substr(colon + 1);
-    if (found.scheme == "tel") {
-        if (rest.empty()) return false;
-    } else if (found.scheme != "sip" && found.scheme != "sips") {
-        return false;
-    } else if (!read_sip_part(rest, found)) {
-        return false;
-    }
+    const bool is_sip = found.scheme == "sip" || found.scheme == "sips";
+    const bool good = is_sip ? read_sip_part(rest, found) : found.scheme == "tel" && !rest.empty();
+    if (!good) return false;
     uri = std::move(found);
     return true;
 }

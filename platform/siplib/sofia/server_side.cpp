@@ -110,13 +110,21 @@ siplib_incoming& ServerSide::free_slot()
     return slot;
 }
 
+// The status to refuse a request with before anybody sees it; 0 when it is good. A transaction of the limit
+// is taken then.
+int ServerSide::refusal_of(const siplib_port& port, const sip_t* sip)
+{
+    if (!port.notifier) return sip->sip_to->a_tag ? 481 : 404; // our own requests' port: nobody is at home
+    return limit_.take() ? 0 : 503;
+}
+
 void ServerSide::on_request(siplib_port& port, msg_t* msg, sip_t* sip)
 {
     if (msg_size(msg) > max_message_size) {
         refuse(port, msg, 513);
         return;
     }
-    std::string key = key_of(sip);
+    const std::string key = key_of(sip);
     if (is_retransmission(key)) {
         msg_destroy(msg);
         return;
@@ -125,31 +133,33 @@ void ServerSide::on_request(siplib_port& port, msg_t* msg, sip_t* sip)
         refuse(port, msg, 503, true);
         return;
     }
-    if (!port.notifier) { // our own requests' port: nobody is at home
-        refuse(port, msg, sip->sip_to->a_tag ? 481 : 404);
-        return;
-    }
-    if (!limit_.take()) {
-        refuse(port, msg, 503);
+    if (const int status = refusal_of(port, sip)) {
+        refuse(port, msg, status);
         return;
     }
     siplib_incoming& slot = free_slot();
-    slot.state = siplib_incoming::State::waiting;
     slot.at = &port;
     InboundRequest inbound;
     inbound.raw = raw_message(sip);
     inbound.method = sip->sip_request->rq_method_name;
     inbound.transaction = handle_of(slot);
     slot.owner = events_.request(port.notifier, std::move(inbound));
-    if (!slot.owner.connection) {
-        const int refusal = slot.owner.refusal;
-        slot.state = siplib_incoming::State::free;
-        free_.push_back(&slot);
-        limit_.release();
-        refuse(port, msg, refusal);
+    if (slot.owner.connection) {
+        begin(slot, key, msg, sip);
         return;
     }
-    slot.transport = nta_incoming_transport(port.agent, nullptr, msg);
+    const int status = slot.owner.refusal;
+    free_.push_back(&slot);
+    limit_.release();
+    refuse(port, msg, status);
+}
+
+// The transaction stands from here on, and the message is used up.
+void ServerSide::begin(siplib_incoming& slot, const std::string& key, msg_t* msg, sip_t* sip)
+{
+    nta_agent_t* agent = slot.at->agent;
+    slot.state = siplib_incoming::State::waiting;
+    slot.transport = nta_incoming_transport(agent, nullptr, msg);
     slot.reliable = slot.transport && tport_is_reliable(slot.transport);
     const sip_via_t* via = sip->sip_via;
     slot.host = via->v_received ? via->v_received : text(via->v_host);
@@ -161,11 +171,11 @@ void ServerSide::on_request(siplib_port& port, msg_t* msg, sip_t* sip)
         waiting_queue_.pop_front(); // mostly they are answered in the order in which they came
     waiting_queue_.push_back({&slot, slot.generation});
     if (sip->sip_request->rq_method == sip_method_invite) {
-        slot.invite = nta_incoming_create(port.agent, nullptr, msg, sip, TAG_END());
+        slot.invite = nta_incoming_create(agent, nullptr, msg, sip, TAG_END());
         if (slot.invite) nta_incoming_bind(slot.invite, on_incoming, &slot);
     } else {
         slot.key = key;
-        by_key_.emplace(std::move(key), &slot);
+        by_key_.emplace(key, &slot);
         msg_destroy(msg);
     }
     events_.accepted(slot.owner);

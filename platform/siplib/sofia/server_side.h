@@ -60,6 +60,8 @@ public:
 
 private:
     void on_request(siplib_port& port, msg_t* msg, sip_t* sip);
+    int refusal_of(const siplib_port& port, const sip_t* sip);
+    void begin(siplib_incoming& slot, const std::string& key, msg_t* msg, sip_t* sip);
     bool is_retransmission(const std::string& key);
     void refuse(siplib_port& port, msg_t* msg, int status, bool hang_up = false);
     bool connection_counts(siplib_port& port, msg_t* msg);

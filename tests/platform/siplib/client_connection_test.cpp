@@ -247,6 +247,16 @@ TEST_F(AClientConnection, ChecksTheNextHop)
     EXPECT_EQ(conn->setImsServerAddress(hop), SIPLIB_ERR_ARGUMENT);
     hop.transport = "UDP";
     EXPECT_EQ(conn->setImsServerAddress(hop), SIPLIB_OK);
+    for (const char* name : {"me@127.0.0.1", "127.0.0.1:7", "127.0.0.1;x=y", "[::1]:7", "h?x"}) {
+        std::memset(hop.host, 0, sizeof hop.host);
+        std::strcpy(hop.host, name);
+        EXPECT_EQ(conn->setImsServerAddress(hop), SIPLIB_ERR_ARGUMENT) << name;
+    }
+    for (const char* name : {"::1", "[::1]", "localhost"}) {
+        std::memset(hop.host, 0, sizeof hop.host);
+        std::strcpy(hop.host, name);
+        EXPECT_EQ(conn->setImsServerAddress(hop), SIPLIB_OK) << name;
+    }
     std::strcpy(hop.host, "a b");
     EXPECT_EQ(conn->setImsServerAddress(hop), SIPLIB_ERR_ARGUMENT);
 }

@@ -141,6 +141,16 @@ TEST(AMethodName, IsATokenOf255CharactersAtMost)
     EXPECT_EQ(check_method(nullptr), SIPLIB_ERR_ARGUMENT);
 }
 
+TEST(AMessagesMethod, OfAResponseWithoutCSeqIsEmpty)
+{
+    Message m;
+    const std::string text = "SIP/2.0 200 OK\r\nTo: x\r\n\r\n";
+    ASSERT_TRUE(m.parse(text, text.size()));
+    char buf[16] = "before";
+    EXPECT_EQ(copy_method(method_of(m), buf, sizeof buf), SIPLIB_OK);
+    EXPECT_STREQ(buf, "");
+}
+
 TEST(AMessagesMethod, OfAResponseIsTheOneInCSeq)
 {
     Message m;
