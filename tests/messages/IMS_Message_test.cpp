@@ -161,6 +161,16 @@ TEST_F(ANewRequest, TakesPortZeroWhenItsRouteHasNone)
     EXPECT_EQ(conn.hop.host[0], 0);
 }
 
+TEST_F(ANewRequest, TakesNothingHalfReadFromItsRoute)
+{
+    CannedAddress address;
+    address.parts = {{"tostring", "<x>"}};
+    address.writes_on_failure = true;
+    AddressFactory canned(&address);
+    const IMS_Message message(&conn, "NOTIFY", "a", "b", "", "route");
+    EXPECT_EQ(conn.calls.back(), "setImsServerAddress(, 5060, )");
+}
+
 TEST_F(ANewRequest, DeletesEveryAddressItMade)
 {
     const int before = CannedAddress::alive;

@@ -16,11 +16,13 @@ public:
     std::map<std::string, std::string> parameters;
     int port = 5060;
     int port_status = SIPLIB_OK;
-    static inline int alive = 0; // objects not deleted yet
+    bool writes_on_failure = false; // true: what is absent is written half before its getter fails
+    static inline int alive = 0;    // objects not deleted yet
 
     CannedAddress() { ++alive; }
     CannedAddress(const CannedAddress& o)
-        : parts(o.parts), parameters(o.parameters), port(o.port), port_status(o.port_status)
+        : parts(o.parts), parameters(o.parameters), port(o.port), port_status(o.port_status),
+          writes_on_failure(o.writes_on_failure)
     {
         ++alive;
     }
@@ -44,7 +46,7 @@ public:
     int getParameter(const std::string& name, std::string& out) const override
     {
         const auto found = parameters.find(name);
-        if (found == parameters.end()) return SIPLIB_ERR_NOT_FOUND;
+        if (found == parameters.end()) return absent(out);
         out = found->second;
         return SIPLIB_OK;
     }
@@ -58,10 +60,15 @@ public:
     int getUser(std::string& out) const override { return part("user", out); }
 
 private:
+    int absent(std::string& out) const
+    {
+        if (writes_on_failure) out = "half";
+        return SIPLIB_ERR_NOT_FOUND;
+    }
     int part(const char* name, std::string& out) const
     {
         const auto found = parts.find(name);
-        if (found == parts.end()) return SIPLIB_ERR_NOT_FOUND;
+        if (found == parts.end()) return absent(out);
         out = found->second;
         return SIPLIB_OK;
     }
