@@ -1,5 +1,6 @@
 #include "messages/message_body.h"
 
+#include "messages/IMS_NotifyDALinkEv.h"
 #include "tests/messages/bodies.h"
 #include "tests/support/recording_connection.h"
 
@@ -113,6 +114,21 @@ TEST_F(ABody, ThatCouldNotBeReadIsAsManyZeros)
     imsua::read_body<ScriptedDocument>(message);
     EXPECT_EQ(message.seen, std::string(1024, '\0'));
     EXPECT_TRUE(log.has(4, "get_body", "failed: len=1024 status=103"));
+}
+
+TEST(ABodyOfANegativeLength, IsADocumentThatCannotBeParsed)
+{
+    class Careless : public SIPLIB_SIPServerConnection {
+        int getBody(char*, int& len) override
+        {
+            len = -1;
+            return SIPLIB_OK;
+        }
+    } careless;
+    LogRecords log;
+    const IMS_NotifyDALinkEv notify(&careless);
+    EXPECT_NE(notify.body, nullptr) << "only a length of zero means that there is none";
+    EXPECT_EQ(of_body_reading(log), (Records{{5, "get_body", "len=-1"}, NOT_A_DOCUMENT, NOT_PARSED}));
 }
 
 TEST(ABodyWithoutConnection, IsAsManyZeros)
