@@ -112,7 +112,7 @@ bool is_host_name(std::string_view host)
 
 bool is_ipv6_text(std::string_view host)
 {
-    return host.size() >= 2 && host.find(':') != std::string_view::npos &&
+    return std::count(host.begin(), host.end(), ':') >= 2 &&
            std::all_of(host.begin(), host.end(), [](char c) {
                return is_digit(c) || (lower(c) >= 'a' && lower(c) <= 'f') || c == ':' || c == '.';
            });
