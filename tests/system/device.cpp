@@ -34,6 +34,20 @@ void ADevice::SetUp()
     ASSERT_TRUE(net_.ip("address add 192.0.2.1/24 dev dev0"));
     ASSERT_TRUE(link("network up"));
     ASSERT_TRUE(link("dev0 up"));
+    ASSERT_TRUE(is_operational()) << "dev0 does not come up";
+}
+
+// The kernel reports a carrier from a work queue of its own, some time after "ip" has returned.
+bool ADevice::is_operational() const
+{
+    const auto deadline = std::chrono::steady_clock::now() + Process::PATIENCE;
+    ProcessStart start;
+    start.argv = {"ip", "-oneline", "link", "show", "dev", "dev0"};
+    start.net = &net_;
+    std::string said;
+    while (said.find("state UP") == std::string::npos && std::chrono::steady_clock::now() < deadline)
+        run_process(start, &said);
+    return said.find("state UP") != std::string::npos;
 }
 
 ProcessStart ADevice::program(const std::string& name, const Words& arguments) const

@@ -35,11 +35,12 @@ protected:
     Running framework(const std::string& stack_settings = "", const std::string& linkev_settings = "");
     Words framework_ports() const; // options for an agent
 
-    // Runs a SIPp scenario of tests/system/sipp against the notifier; true when all calls succeeded.
+    // Runs a SIPp scenario of tests/interop/sipp against the notifier; true when all calls succeeded.
     bool sipp(const std::string& scenario, const Words& arguments = {}, std::string* said = nullptr) const;
     Running start_sipp(const std::string& scenario, const Words& arguments) const;
 
     bool link(const std::string& arguments) const { return net_.ip("link set " + arguments); }
+    bool is_operational() const; // waits until dev0 is
     // Many "ip" commands at once, one a line.
     bool ip_batch(const std::string& commands) const;
 

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <libxml/xmlerror.h>
 #include <unistd.h>
 #include <vector>
 
@@ -22,6 +23,12 @@ void set_library_options(Watch_agent& agent, Watch_options& options)
     IMS_log::set_level(options.verbose ? 5 : 3);
 }
 
+// libxml2 would quote a body that it cannot read on standard error, control characters and all.
+void quiet_parser()
+{
+    xmlSetStructuredErrorFunc(nullptr, [](void*, xmlErrorPtr) {});
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -34,6 +41,7 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "imswatch: cannot enter %s\n", options.dir.c_str());
         return 2;
     }
+    quiet_parser();
     Outcome outcome = Outcome::failed;
     {
         Watch_agent agent(options);
