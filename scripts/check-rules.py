@@ -25,7 +25,7 @@ MAY_USE = {
 # foreign header prefix -> where it may stand
 FOREIGN = {
     "sofia-sip/": ("platform/siplib/sofia/", "tests/", "bench/", "fuzz/"),
-    "libxml/": ("xml/", "daemons/imsfwkd/", "tests/", "bench/", "fuzz/"),
+    "libxml/": ("xml/", "daemons/imsfwkd/", "tools/imswatch/", "tests/", "bench/", "fuzz/"),
     "libmnl/": ("daemons/imslinkevd/", "tests/", "fuzz/"),
     "CLI/": ("tools/",),
     "nlohmann/": ("tools/", "tests/"),
