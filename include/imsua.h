@@ -10,6 +10,7 @@
 #include "core/IMS_thread_utility.h"
 #include "include/ims_types.h"
 #include "include/sip_names.h"
+#include "include/tapi_wire.h"
 #include "messages/IMS_Message.h"
 #include "messages/IMS_MessageMsg.h"
 #include "messages/IMS_Notify.h"
