@@ -39,4 +39,9 @@ SIPLIB_API int SIPLIB_SIPStart(const SIPLIB_StackCfg* cfg);
 // a callback. SIPLIB_SIPStart may follow.
 SIPLIB_API void SIPLIB_SIPStop();
 
+// How many times a getBody of this process cut a body because it was longer than the reader's buffer. Each is
+// also logged, level 4 under "getBody": method, the body's size, the buffer's. Wraps to 0 after 2^32-1; goes
+// on counting over SIPLIB_SIPStop. Any thread.
+SIPLIB_API unsigned SIPLIB_SIPCutBodies();
+
 #endif

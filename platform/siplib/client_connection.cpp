@@ -301,7 +301,7 @@ int ClientConnection::getBody(char* buf, int& len)
     Guard guard(state_.mutex);
     if (!buf || len <= 0) return SIPLIB_ERR_ARGUMENT;
     const Message* message = readable();
-    if (message) return copy_body(*message, buf, len);
+    if (message) return copy_body(*message, work_->method, buf, len);
     len = 0;
     return SIPLIB_ERR_STATE;
 }

@@ -1,14 +1,17 @@
 #include "siplib/field_access.h"
 
-#include "siplib/SIPLIB_types.h"
+#include "siplib/SIPLIB_Stack.h"
 #include "siplib/header_check.h"
 #include "siplib/log.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 namespace siplib {
 namespace {
+
+std::atomic<unsigned> cut_bodies{0};
 
 // As much of `value` as fits, and a zero.
 int copy_text(std::string_view value, char* buf, int& len)
@@ -36,7 +39,7 @@ int copy_header(const Message& message, const char* name, char* buf, int& len)
     return copy_text(value, buf, len);
 }
 
-int copy_body(const Message& message, char* buf, int& len)
+int copy_body(const Message& message, std::string_view method, char* buf, int& len)
 {
     if (!buf || len <= 0) return SIPLIB_ERR_ARGUMENT;
     const std::string_view body = message.body();
@@ -45,8 +48,9 @@ int copy_body(const Message& message, char* buf, int& len)
     if (size > 0) std::memcpy(buf, body.data(), size);
     len = static_cast<int>(size);
     if (size == body.size()) return SIPLIB_OK;
-    log_failure("getBody", "a body of %u bytes was cut to the reader's %d",
-                static_cast<unsigned>(body.size()), capacity);
+    cut_bodies.fetch_add(1, std::memory_order_relaxed);
+    log_failure("getBody", "the body of %.*s has %u bytes and was cut to the reader's %d",
+                static_cast<int>(method.size()), method.data(), static_cast<unsigned>(body.size()), capacity);
     return SIPLIB_ERR_TRUNCATED;
 }
 
@@ -104,3 +108,8 @@ int check_method(const char* name)
 }
 
 } // namespace siplib
+
+unsigned SIPLIB_SIPCutBodies()
+{
+    return siplib::cut_bodies.load(std::memory_order_relaxed);
+}

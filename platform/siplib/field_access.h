@@ -11,7 +11,8 @@
 namespace siplib {
 
 int copy_header(const Message& message, const char* name, char* buf, int& len);
-int copy_body(const Message& message, char* buf, int& len);
+// A body that does not fit is cut, counted (SIPLIB_SIPCutBodies) and reported; `method` names it in the log.
+int copy_body(const Message& message, std::string_view method, char* buf, int& len);
 int copy_method(std::string_view method, char* buf, int capacity);
 std::string_view method_of(const Message& message); // of a request; of a response: the one in CSeq
 

@@ -228,7 +228,7 @@ int ServerConnection::getBody(char* buf, int& len)
         return SIPLIB_ERR_STATE;
     }
     state_.last_used = now();
-    return copy_body(work_->request, buf, len);
+    return copy_body(work_->request, work_->arrival.method, buf, len);
 }
 
 int ServerConnection::getMethod(char* buf, int capacity)

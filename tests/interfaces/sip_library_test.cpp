@@ -101,6 +101,7 @@ TEST(TheSipLibrary, OffersDialogsNotifiersAndConnectors)
     offers<void (*)(SIPLIB_StackCfg*)>(&SIPLIB_SIPInitConfig);
     offers<int (*)(const SIPLIB_StackCfg*)>(&SIPLIB_SIPStart);
     offers<void (*)()>(&SIPLIB_SIPStop);
+    offers<unsigned (*)()>(&SIPLIB_SIPCutBodies);
 }
 
 TEST(TheSipLibrary, OffersEveryOperationOfAnAddress)

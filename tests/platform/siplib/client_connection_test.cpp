@@ -1,5 +1,6 @@
 #include "raw_peer.h"
 #include "sip_fixture.h"
+#include "tests/support/log_records.h"
 
 namespace {
 
@@ -170,6 +171,19 @@ TEST_F(AClientConnection, AnswersErrStateOnceItIsClosed)
     EXPECT_EQ(conn->setImsServerAddress(SIPLIB_SipImsServerAddress()), SIPLIB_ERR_STATE);
     EXPECT_EQ(conn->setListener(&ears), SIPLIB_ERR_STATE);
     EXPECT_EQ(conn->getDialog(), nullptr);
+}
+
+TEST_F(AClientConnection, ReportsABodyThatItCutsUnderItsMethod)
+{
+    SIPLIB_SIPClientConnection* conn = request("NOTIFY", peer.port());
+    conn->setBody("0123456789", 10);
+    LogRecords log;
+    const unsigned before = SIPLIB_SIPCutBodies();
+    char buf[4];
+    int len = sizeof buf;
+    EXPECT_EQ(conn->getBody(buf, len), SIPLIB_ERR_TRUNCATED);
+    EXPECT_TRUE(log.has(4, "getBody", "the body of NOTIFY has 10 bytes and was cut to the reader's 4"));
+    EXPECT_EQ(SIPLIB_SIPCutBodies() - before, 1u);
 }
 
 TEST_F(AClientConnection, TakesAnyArgumentWithoutHarm)

@@ -1,6 +1,6 @@
 #include "siplib/field_access.h"
 
-#include "siplib/SIPLIB_types.h"
+#include "siplib/SIPLIB_Stack.h"
 #include "tests/support/log_records.h"
 
 #include <gtest/gtest.h>
@@ -50,14 +50,31 @@ TEST(ABodyCopy, NeverReportsMoreThanTheCapacityAndSaysSo)
     m.set_body("0123456789");
     char buf[16] = {};
     int len = 4;
-    EXPECT_EQ(copy_body(m, buf, len), SIPLIB_ERR_TRUNCATED);
+    EXPECT_EQ(copy_body(m, "NOTIFY", buf, len), SIPLIB_ERR_TRUNCATED);
     EXPECT_EQ(len, 4);
     EXPECT_EQ(std::string(buf, 5), std::string("0123\0", 5));
-    EXPECT_EQ(log.up_to(4).size(), 1u);
+    EXPECT_EQ(log.all(),
+              (std::vector<LogRecord>{
+                  {4, "getBody", "the body of NOTIFY has 10 bytes and was cut to the reader's 4"}}));
     len = 10;
-    EXPECT_EQ(copy_body(m, buf, len), SIPLIB_OK);
+    EXPECT_EQ(copy_body(m, "NOTIFY", buf, len), SIPLIB_OK);
     EXPECT_EQ(len, 10);
-    EXPECT_EQ(log.up_to(4).size(), 1u);
+    EXPECT_EQ(log.all().size(), 1u);
+}
+
+TEST(ABodyCopy, CountsEachBodyThatItCuts)
+{
+    Message m;
+    m.set_body("0123456789");
+    char buf[16];
+    const unsigned before = SIPLIB_SIPCutBodies();
+    for (int capacity : {10, 16, 9, 1}) {
+        int len = capacity;
+        copy_body(m, "MESSAGE", buf, len);
+    }
+    int len = 0;
+    EXPECT_EQ(copy_body(m, "MESSAGE", buf, len), SIPLIB_ERR_ARGUMENT);
+    EXPECT_EQ(SIPLIB_SIPCutBodies() - before, 2u);
 }
 
 TEST(AMethodCopy, IsEmptyWhenTheNameDoesNotFit)

@@ -1,5 +1,6 @@
 #include "raw_peer.h"
 #include "sip_fixture.h"
+#include "tests/support/log_records.h"
 
 namespace {
 
@@ -137,14 +138,19 @@ TEST_F(AServerConnection, CannotAnswerAfter64TimesT1)
     EXPECT_EQ(conn->send(), SIPLIB_ERR_STATE);
 }
 
-TEST_F(AServerConnection, CutsABodyAtTheReadersCapacity)
+TEST_F(AServerConnection, CutsABodyAtTheReadersCapacityAndReportsIt)
 {
     SIPLIB_SIPConnection* conn = arrived("MESSAGE", "", std::string(1800, 'x'));
     ASSERT_TRUE(conn);
+    LogRecords log;
+    const unsigned before = SIPLIB_SIPCutBodies();
     char buf[1024];
     int len = sizeof buf;
     EXPECT_EQ(conn->getBody(buf, len), SIPLIB_ERR_TRUNCATED);
     EXPECT_EQ(len, 1024);
+    EXPECT_TRUE(log.has(4, "getBody", "the body of MESSAGE has 1800 bytes and was cut to the reader's 1024"));
+    EXPECT_EQ(SIPLIB_SIPCutBodies() - before, 1u);
+    EXPECT_EQ(body(conn), std::string(1800, 'x')); // and can still be read whole
 }
 
 } // namespace
