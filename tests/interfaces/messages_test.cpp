@@ -8,6 +8,7 @@
 #include "messages/IMS_SubsDALinkEv.h"
 #include "messages/IMS_SubsReg.h"
 #include "messages/IMS_Subscribe.h"
+#include "messages/IMS_reg_message.h"
 #include "tests/interfaces/interface_checks.h"
 
 #include <type_traits>
@@ -28,6 +29,7 @@ static_assert(made_of<IMS_Message, Client, Chars, Chars, Chars, Chars, Chars>, "
 static_assert(made_of<IMS_Message, Client, Chars, Text, Text, Text, Text>, "");
 static_assert(made_of<IMS_Notify, Client, Chars, Chars, Chars, Chars, Chars, XmlData*, Chars, int, int>, "");
 static_assert(made_of<IMS_MessageMsg, Client, Chars, Chars, Chars, XmlData*>, "");
+static_assert(made_of<IMS_reg_message, Client, Chars, Chars, Chars, Chars, XmlData*>, "");
 static_assert(made_of<IMS_NotifyDALinkEv, Client, Chars, Chars, Chars, DALinkEvXmlData*, int>, "");
 static_assert(made_of<IMS_NotifyDALinkEv, Client, Text, Text, Text, DALinkEvXmlData*, int>, "");
 static_assert(made_of<IMS_NotifyDALinkAvailEv, Client, Chars, Chars, Chars, DALinkAvailEvXmlData*>, "");
@@ -52,6 +54,7 @@ constexpr bool read_from_a_connection =
     std::has_virtual_destructor<Class>::value;
 
 static_assert(read_from_a_connection<IMS_Message> && read_from_a_connection<IMS_Notify>, "");
+static_assert(read_from_a_connection<IMS_reg_message>, "");
 static_assert(read_from_a_connection<IMS_MessageMsg> && read_from_a_connection<IMS_Subscribe>, "");
 static_assert(read_from_a_connection<IMS_NotifyDALinkEv> && read_from_a_connection<IMS_NotifyDALinkAvailEv>,
               "");
@@ -88,6 +91,8 @@ TEST(AMessage, OfEachKindOffersItsOwn)
     offers<void (IMS_Notify::*)()>(&IMS_Notify::parse);
     offers<bool (IMS_MessageMsg::*)()>(&IMS_MessageMsg::send);
     offers<void (IMS_MessageMsg::*)()>(&IMS_MessageMsg::parse);
+    offers<bool (IMS_reg_message::*)()>(&IMS_reg_message::send);
+    offers<void (IMS_reg_message::*)()>(&IMS_reg_message::parse);
     offers<void (IMS_Subscribe::*)(Chars)>(&IMS_Subscribe::set_event);
     offers<void (IMS_Subscribe::*)(int)>(&IMS_Subscribe::set_expires);
     offers<void (IMS_Subscribe::*)(int)>(&IMS_Subscribe::set_profile);
@@ -110,6 +115,7 @@ TEST(AMessage, LaysItsFieldsOutInOrder)
 {
     expect_layout_of_a_carrier<IMS_Notify>();
     expect_layout_of_a_carrier<IMS_MessageMsg>();
+    expect_layout_of_a_carrier<IMS_reg_message>();
     static_assert(sizeof(IMS_Subscribe) == sizeof(IMS_Message) && sizeof(IMS_SubsReg) == sizeof(IMS_Message),
                   "");
     static_assert(sizeof(IMS_SubsDALinkEv) == sizeof(IMS_Message), "");
@@ -154,6 +160,7 @@ TEST(AMessage, HasSendAndReceiveAsItsSecondAndThirdOperations)
     expect_send_and_receive<IMS_Message>("OPTIONS", a, a, a, a);
     expect_send_and_receive<IMS_Notify>(a, a, a, "e", "t", nothing, "active", 0, 0);
     expect_send_and_receive<IMS_MessageMsg>(a, a, "t", nothing);
+    expect_send_and_receive<IMS_reg_message>(a, a, a, "t", nothing);
     expect_send_and_receive<IMS_NotifyDALinkEv>(a, a, a, no_event, 1);
     expect_send_and_receive<IMS_NotifyDALinkAvailEv>(a, a, a, no_state);
     expect_send_and_receive<IMS_Subscribe>(a, a, a, "e", 0, a, 0);
