@@ -5,6 +5,8 @@
 #include "core/IMS_UA_SipClientConnListener.h"
 #include "core/IMS_UA_SipDialogListener.h"
 #include "core/IMS_UA_SipServerConnListener.h"
+#include "core/IMS_UA_With_Event_Tbl.h"
+#include "core/IMS_UA_With_State_Machine.h"
 #include "core/IMS_User_Agent.h"
 #include "core/IMS_queue_manager.h"
 #include "core/IMS_thread_utility.h"

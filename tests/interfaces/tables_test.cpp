@@ -1,0 +1,111 @@
+// The two table-driven agents, as a daemon that derives from them sees them.
+#include "include/imsua.h"
+#include "tests/interfaces/interface_checks.h"
+
+#include <type_traits>
+
+namespace {
+
+using Event_tbl = IMS_UA_With_Event_Tbl;
+using Machine = IMS_UA_With_State_Machine;
+
+static_assert(std::is_base_of<IMS_User_Agent, Event_tbl>::value, "");
+static_assert(std::is_base_of<IMS_User_Agent, Machine>::value, "");
+static_assert(std::is_default_constructible<Event_tbl>::value, "");
+static_assert(std::is_default_constructible<Machine>::value, "");
+static_assert(!std::is_copy_constructible<Event_tbl>::value && !std::is_copy_assignable<Event_tbl>::value,
+              "");
+static_assert(!std::is_copy_constructible<Machine>::value && !std::is_copy_assignable<Machine>::value, "");
+static_assert(std::has_virtual_destructor<Event_tbl>::value && std::has_virtual_destructor<Machine>::value,
+              "");
+
+TEST(TheTableDrivenAgents, OfferTheirTablesAndTheirDispatch)
+{
+    using Lists = const IMS_STATE_TBL_T* const*;
+    using Old = const IMS_STATE_TBL_T*;
+    offers<void (Event_tbl::*)(const IMS_EVENT_TABLE_T*)>(&Event_tbl::initialize_event_tbl);
+    offers<unsigned short (Event_tbl::*)(unsigned int, void*)>(&Event_tbl::handle_event);
+    offers<void (Machine::*)(Lists, unsigned short, unsigned short)>(&Machine::initialize_state_tbl);
+    offers<void (Machine::*)(Old, unsigned short, unsigned short)>(&Machine::initialize_state_tbl);
+    offers<unsigned short (Machine::*)(unsigned int, void*)>(&Machine::handle_event);
+}
+
+std::uint32_t count(void* data)
+{
+    ++*static_cast<int*>(data);
+    return 0;
+}
+
+constexpr IMS_EVENT_TABLE_T events[] = {{5, count}, {IMS_TABLE_END, nullptr}};
+constexpr IMS_STATE_TBL_T rows[] = {{5, count, 0}, {IMS_TABLE_END, nullptr, 0}};
+
+// Arrays of pointers as daemons hold them: each finds the typed form without a cast.
+TEST(AStateMachine, TakesItsListsHoweverConstTheirArrayIs)
+{
+    const IMS_STATE_TBL_T* plain[] = {rows};
+    static constexpr const IMS_STATE_TBL_T* constant[] = {rows};
+    int calls = 0;
+    Machine machine;
+    machine.initialize_state_tbl(plain, 0, 1);
+    EXPECT_EQ(machine.handle_event(5, &calls), 1);
+    machine.initialize_state_tbl(constant, 0, 1);
+    EXPECT_EQ(machine.handle_event(5, &calls), 1);
+    machine.initialize_state_tbl(reinterpret_cast<const IMS_STATE_TBL_T*>(constant), 0, 1);
+    EXPECT_EQ(machine.handle_event(5, &calls), 1);
+    EXPECT_EQ(calls, 3);
+}
+
+// ---- deriving: a daemon overrides the numbering, and inherits the rest of the virtual table ----
+
+template <typename Base>
+class Derived : public Base {
+public:
+    using Base::process_one_message;
+    unsigned int get_event_id_from_message(void* element) override
+    {
+        return static_cast<unsigned int>(static_cast<_Q_ELEMENT_T*>(element)->msg_type);
+    }
+};
+
+TEST(AnAgentWithAnEventTable, DispatchesItsQueueThroughTheTable)
+{
+    int calls = 0;
+    Derived<Event_tbl> agent;
+    agent.initialize_event_tbl(events);
+    agent.fill_queue_and_send_signal(5, &calls);
+    agent.process_one_message();
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(AnAgentWithAStateMachine, DispatchesItsQueueThroughTheTable)
+{
+    static constexpr const IMS_STATE_TBL_T* lists[] = {rows};
+    int calls = 0;
+    Derived<Machine> agent;
+    agent.initialize_state_tbl(lists, 0, 1);
+    agent.fill_queue_and_send_signal(5, &calls);
+    agent.process_one_message();
+    EXPECT_EQ(calls, 1);
+}
+
+// handle_event is entry 9 and get_event_id_from_message entry 10, as in every agent: nothing virtual was
+// added.
+TEST(TheTableDrivenAgents, KeepTheVirtualTableOfTheAgent)
+{
+    using Handle = unsigned short(void*, unsigned int, void*);
+    using Number = unsigned int(void*, void*);
+    int calls = 0;
+    _Q_ELEMENT_T element = {5, nullptr};
+    Derived<Event_tbl> by_event;
+    by_event.initialize_event_tbl(events);
+    EXPECT_EQ(table_entry<Handle>(&by_event, 9)(&by_event, 5, &calls), 1);
+    EXPECT_EQ(table_entry<Number>(&by_event, 10)(&by_event, &element), 5u);
+    static constexpr const IMS_STATE_TBL_T* lists[] = {rows};
+    Derived<Machine> by_state;
+    by_state.initialize_state_tbl(lists, 0, 1);
+    EXPECT_EQ(table_entry<Handle>(&by_state, 9)(&by_state, 5, &calls), 1);
+    EXPECT_EQ(table_entry<Number>(&by_state, 10)(&by_state, &element), 5u);
+    EXPECT_EQ(calls, 2);
+}
+
+} // namespace
