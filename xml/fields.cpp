@@ -35,6 +35,7 @@ xmlDocPtr build(const char* root, const Element* rows, std::size_t count)
     if (path[0]) xmlDocSetRootElement(doc, path[0]);
     bool whole = path[0] != nullptr;
     for (std::size_t i = 0; whole && i < count; ++i) {
+        if (rows[i].is_left_out()) continue;
         const int depth = rows[i].depth();
         whole = depth >= 1 && depth <= DEEPEST && path[depth - 1];
         if (whole) path[depth] = rows[i].add_to(path[depth - 1]);
@@ -56,16 +57,18 @@ void Lookup::read(xmlDocPtr doc) const
     if (!digits.empty()) *number_ = IMS_atoi(digits.c_str());
 }
 
-ParsedText::ParsedText(const char* announcement, const char* buffer, int length, Options options)
+ParsedText::ParsedText(const char* announcement, const char* buffer, int length, Options options,
+                       const char* line_end)
     : section_(XmlSection::Kind::work)
 {
-    IMS_log::loginfo(5, "parseXml", "%s %p %d", announcement, static_cast<const void*>(buffer), length);
+    IMS_log::loginfo(5, "parseXml", "%s %p %d%s", announcement, static_cast<const void*>(buffer), length,
+                     line_end);
     if (!buffer) {
-        IMS_log::loginfo(4, "parseXml", "NULL buffer cannot be parsed");
+        IMS_log::loginfo(4, "parseXml", "NULL buffer cannot be parsed%s", line_end);
         return;
     }
     tree_ = xmlReadMemory(buffer, length, nullptr, nullptr, options);
-    if (!tree_) IMS_log::loginfo(4, "parseXml", "Could not create DOM");
+    if (!tree_) IMS_log::loginfo(4, "parseXml", "Could not create DOM%s", line_end);
 }
 
 ParsedText::~ParsedText()

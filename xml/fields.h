@@ -25,20 +25,25 @@
 namespace imsua::xml {
 
 // One element to write. `depth` 1 is a child of the root; an element deeper than the one before it is that
-// one's child. It holds a text, a number in decimal, or nothing of its own.
+// one's child, also when that one has a text. It holds a text, a number in decimal, or nothing of its own.
 class Element {
 public:
+    enum Written { ALWAYS, UNLESS_EMPTY }; // also when its text is empty, or only when there is one
+
     Element(int depth, const char* name) : name_(name), depth_(depth) {}
-    Element(int depth, const char* name, const std::string& text) : name_(name), text_(&text), depth_(depth)
+    Element(int depth, const char* name, const std::string& text, Written written = ALWAYS)
+        : name_(name), text_(&text), depth_(depth), written_(written)
     {
     }
-    Element(int depth, const char* name, std::string&& text) = delete; // would be gone before it is written
+    // A text that is made for the row alone would be gone before it is written.
+    Element(int depth, const char* name, std::string&& text, Written written = ALWAYS) = delete;
     Element(int depth, const char* name, std::int32_t number)
         : name_(name), depth_(depth), holds_(NUMBER), number_(number)
     {
     }
 
     int depth() const { return depth_; }
+    bool is_left_out() const { return written_ == UNLESS_EMPTY && text_->empty(); }
     // Adds the element to `parent`; null when out of memory.
     xmlNodePtr add_to(xmlNodePtr parent) const;
 
@@ -47,6 +52,7 @@ private:
     const char* name_;
     const std::string* text_ = nullptr;
     int depth_;
+    Written written_ = ALWAYS;
     Holds holds_ = TEXT;
     std::int32_t number_ = 0;
 };
@@ -81,8 +87,9 @@ public:
     enum Options : int { STRICT = 0, RECOVER = 1 }; // nothing else: no network, no entities, no DTD loading
 
     // Logs "<announcement> <buffer> <length>", then parses. On failure there is no tree and the reason is
-    // logged, under "parseXml" as well.
-    ParsedText(const char* announcement, const char* buffer, int length, Options options = STRICT);
+    // logged, under "parseXml" as well. Each line ends in `line_end`: one document's have a line feed.
+    ParsedText(const char* announcement, const char* buffer, int length, Options options = STRICT,
+               const char* line_end = "");
     // Frees the tree and cleans libxml2 up; without a tree it does neither.
     ~ParsedText();
 

@@ -70,6 +70,16 @@ TEST(ATableOfElements, KeepsChildrenOfAnElementWithTextOnOneLine)
               "<root>\n  <aor>\n    <b>\n      <c/>\n    </b>\n    <d/>\n  </aor>\n</root>\n");
 }
 
+TEST(ATableOfElements, LeavesAnOptionalElementOutWhenItHasNoText)
+{
+    const std::string x = "1";
+    const std::string empty;
+    const Element rows[] = {{1, "a", x, Element::UNLESS_EMPTY},
+                            {1, "b", empty, Element::UNLESS_EMPTY},
+                            {1, "c", empty, Element::ALWAYS}};
+    EXPECT_EQ(text_of(build("root", rows)), "<root>\n  <a>1</a>\n  <c/>\n</root>\n");
+}
+
 TEST(ATableOfElements, OfARowWithoutAParentGivesNoTree)
 {
     const Element hole[] = {{1, "a"}, {3, "c"}};
@@ -160,6 +170,14 @@ TEST(AParsedText, OfANullBufferHasNoTree)
     EXPECT_FALSE(parsed);
     EXPECT_EQ(log.all(), (std::vector<LogRecord>{{5, "parseXml", "inside parseXml (nil) 3"},
                                                  {4, "parseXml", "NULL buffer cannot be parsed"}}));
+}
+
+TEST(AParsedText, EndsItsLinesAsAskedFor)
+{
+    LogRecords log;
+    ParsedText parsed("inside parseXml", nullptr, 3, ParsedText::STRICT, "\n");
+    EXPECT_EQ(log.all(), (std::vector<LogRecord>{{5, "parseXml", "inside parseXml (nil) 3\n"},
+                                                 {4, "parseXml", "NULL buffer cannot be parsed\n"}}));
 }
 
 TEST(AParsedText, ThatIsNoDocumentHasNoTree)
