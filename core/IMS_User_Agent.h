@@ -203,6 +203,10 @@ protected:
     // One turn of the main loop: waits for an element, dispatches and frees it.
     void process_one_message();
 
+    // Takes everything out of the queue and frees it without dispatching it: for a daemon that has left its
+    // main loop, once it has stopped whatever queues. Not called by the destructor. Main thread.
+    void drop_queued();
+
     IMS_queue_manager queue_;        // declared before mutex_: destroyed after it
     IMS_mutex mutex_;                // guards queue_; its condition says "something was queued"
     IMS_thread_utility* ext_thread_; // never deleted

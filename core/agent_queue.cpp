@@ -90,6 +90,17 @@ void IMS_User_Agent::process_one_message()
     release(element);
 }
 
+void IMS_User_Agent::drop_queued()
+{
+    mutex_.lock();
+    while (!queue_.isEmpty()) {
+        _Q_ELEMENT_T* element = nullptr;
+        queue_.dequeue(&element);
+        release(element);
+    }
+    mutex_.unlock();
+}
+
 void IMS_User_Agent::handle_notify_response(SIPLIB_SIPConnection* conn)
 {
     fill_queue_and_send_signal(MSG_TYPE_SIP_RESPONSE, conn);

@@ -37,6 +37,7 @@ Link_event_agent::~Link_event_agent()
         auto* connection = const_cast<SIPLIB_SIPConnection*>(entry.first)->asClientConnection();
         if (connection != nullptr) connection->setListener(nullptr);
     }
+    drop_queued();
 }
 
 void Link_event_agent::print_usage()

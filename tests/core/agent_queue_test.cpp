@@ -180,6 +180,21 @@ TEST_F(AMainLoop, FreesTheKindsThatPassToTheQueue)
     EXPECT_EQ(agent.events.size(), 4u);
 }
 
+// That the payloads are freed is proven by the leak checker.
+TEST_F(AMainLoop, DropsWhatIsQueuedWithoutDispatchingIt)
+{
+    FakeClientConnection response;
+    agent.fill_queue_and_send_signal(MSG_TYPE_TAPI_RAW, raw_message());
+    agent.fill_queue_and_send_signal(MSG_TYPE_DIALOG, dialog_record(0, &response));
+    agent.fill_queue_and_send_signal(MSG_TYPE_TAPI_MAPPED, mapped_message());
+    agent.fill_queue_and_send_signal(MSG_TYPE_FWK, ::strdup("header\n/a/b\n"));
+    agent.handle_notify_response(&response);
+    agent.drop_queued();
+    EXPECT_TRUE(agent.queue_.isEmpty());
+    EXPECT_TRUE(agent.events.empty());
+    EXPECT_EQ(response.receives, 0);
+}
+
 // The answer is logged while the message still exists, which is freed before the next turn.
 TEST(ADispatchedMessage, IsFreedOnceItsAnswerWasLogged)
 {

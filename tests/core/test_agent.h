@@ -30,6 +30,7 @@ public:
         return status;
     }
 
+    using IMS_User_Agent::drop_queued;
     using IMS_User_Agent::ext_thread_;
     using IMS_User_Agent::mutex_;
     using IMS_User_Agent::process_one_message;

@@ -60,6 +60,7 @@ Watch_agent::~Watch_agent()
         notifier_->setListener(nullptr);
         notifier_->close();
     }
+    drop_queued(); // a signal may have come after the last turn
 }
 
 // Read anew for each dialog: a notifier that was started again may listen on another port.
