@@ -1,9 +1,13 @@
 // The message classes as daemons build and read them.
+#include "messages/IMS_DAMessage.h"
 #include "messages/IMS_Message.h"
 #include "messages/IMS_MessageMsg.h"
 #include "messages/IMS_Notify.h"
 #include "messages/IMS_NotifyDALinkAvailEv.h"
 #include "messages/IMS_NotifyDALinkEv.h"
+#include "messages/IMS_NotifyReg.h"
+#include "messages/IMS_ProxyMessage.h"
+#include "messages/IMS_RegPackageInfo.h"
 #include "messages/IMS_SubsDALinkAvailEv.h"
 #include "messages/IMS_SubsDALinkEv.h"
 #include "messages/IMS_SubsReg.h"
@@ -34,6 +38,15 @@ static_assert(made_of<IMS_NotifyDALinkEv, Client, Chars, Chars, Chars, DALinkEvX
 static_assert(made_of<IMS_NotifyDALinkEv, Client, Text, Text, Text, DALinkEvXmlData*, int>, "");
 static_assert(made_of<IMS_NotifyDALinkAvailEv, Client, Chars, Chars, Chars, DALinkAvailEvXmlData*>, "");
 static_assert(made_of<IMS_NotifyDALinkAvailEv, Client, Text, Text, Text, DALinkAvailEvXmlData*>, "");
+static_assert(made_of<IMS_NotifyReg, Client, Chars, Chars, Chars, NotifyUaXmlData*>, "");
+static_assert(made_of<IMS_NotifyReg, Client, Text, Text, Text, NotifyUaXmlData*>, "");
+static_assert(made_of<IMS_NotifyReg, Server, bool>, "");
+static_assert(made_of<IMS_ProxyMessage, Client, Chars, Chars, IMSSetRouteXml*>, "");
+static_assert(made_of<IMS_ProxyMessage, Client, Text, Text, IMSSetRouteXml*>, "");
+static_assert(made_of<IMS_DAMessage, Client, Chars, Chars, DAMessageXmlData*>, "");
+static_assert(made_of<IMS_DAMessage, Client, Text, Text, DAMessageXmlData*>, "");
+static_assert(made_of<IMS_RegPackageInfo, Client, Chars, Chars, Chars, IMSComponentPackageInfo*>, "");
+static_assert(made_of<IMS_RegPackageInfo, Client, Text, Text, Text, IMSComponentPackageInfo*>, "");
 static_assert(made_of<IMS_Subscribe, Client, Chars, Chars, Chars, Chars, int, Chars, int>, "");
 static_assert(made_of<IMS_Subscribe, Client, Text, Text, Text, Chars, int, Text, int>, "");
 static_assert(made_of<IMS_SubsReg, Client, Chars, Chars, Chars>, "");
@@ -54,7 +67,9 @@ constexpr bool read_from_a_connection =
     std::has_virtual_destructor<Class>::value;
 
 static_assert(read_from_a_connection<IMS_Message> && read_from_a_connection<IMS_Notify>, "");
-static_assert(read_from_a_connection<IMS_reg_message>, "");
+static_assert(read_from_a_connection<IMS_reg_message> && read_from_a_connection<IMS_RegPackageInfo>, "");
+static_assert(read_from_a_connection<IMS_ProxyMessage> && read_from_a_connection<IMS_DAMessage>, "");
+static_assert(!made_of<IMS_NotifyReg, Server>, "which document it reads is the caller's to say");
 static_assert(read_from_a_connection<IMS_MessageMsg> && read_from_a_connection<IMS_Subscribe>, "");
 static_assert(read_from_a_connection<IMS_NotifyDALinkEv> && read_from_a_connection<IMS_NotifyDALinkAvailEv>,
               "");
@@ -122,6 +137,10 @@ TEST(AMessage, LaysItsFieldsOutInOrder)
     static_assert(sizeof(IMS_SubsDALinkAvailEv) == sizeof(IMS_Message), "");
     static_assert(sizeof(IMS_NotifyDALinkEv) == sizeof(IMS_Notify), "");
     static_assert(sizeof(IMS_NotifyDALinkAvailEv) == sizeof(IMS_Notify), "");
+    static_assert(sizeof(IMS_NotifyReg) == sizeof(IMS_Notify), "");
+    static_assert(sizeof(IMS_ProxyMessage) == sizeof(IMS_MessageMsg), "");
+    static_assert(sizeof(IMS_DAMessage) == sizeof(IMS_MessageMsg), "");
+    static_assert(sizeof(IMS_RegPackageInfo) == sizeof(IMS_reg_message), "");
     static_assert(sizeof(IMS_Message) == 2 * sizeof(void*), "");
 }
 
@@ -156,6 +175,10 @@ TEST(AMessage, HasSendAndReceiveAsItsSecondAndThirdOperations)
     const char* const a = "<sip:a@h>";
     DALinkEvXmlData* const no_event = nullptr;
     DALinkAvailEvXmlData* const no_state = nullptr;
+    NotifyUaXmlData* const no_status = nullptr;
+    IMSSetRouteXml* const no_route = nullptr;
+    DAMessageXmlData* const no_proxy = nullptr;
+    IMSComponentPackageInfo* const no_package = nullptr;
     XmlData* const nothing = nullptr;
     expect_send_and_receive<IMS_Message>("OPTIONS", a, a, a, a);
     expect_send_and_receive<IMS_Notify>(a, a, a, "e", "t", nothing, "active", 0, 0);
@@ -163,6 +186,10 @@ TEST(AMessage, HasSendAndReceiveAsItsSecondAndThirdOperations)
     expect_send_and_receive<IMS_reg_message>(a, a, a, "t", nothing);
     expect_send_and_receive<IMS_NotifyDALinkEv>(a, a, a, no_event, 1);
     expect_send_and_receive<IMS_NotifyDALinkAvailEv>(a, a, a, no_state);
+    expect_send_and_receive<IMS_NotifyReg>(a, a, a, no_status);
+    expect_send_and_receive<IMS_ProxyMessage>(a, a, no_route);
+    expect_send_and_receive<IMS_DAMessage>(a, a, no_proxy);
+    expect_send_and_receive<IMS_RegPackageInfo>(a, a, a, no_package);
     expect_send_and_receive<IMS_Subscribe>(a, a, a, "e", 0, a, 0);
     expect_send_and_receive<IMS_SubsReg>(a, a, a);
     expect_send_and_receive<IMS_SubsDALinkEv>(a, a, a);
@@ -184,6 +211,10 @@ TEST(AMessage, TakesLiteralsNullsCharactersAndStrings)
     const IMS_NotifyDALinkEv notify_of_nulls(none, nullptr, nullptr, nullptr, nullptr, 0);
     const IMS_NotifyDALinkEv notify_of_strings(none, text, text, "", &event, 0);
     const IMS_NotifyDALinkAvailEv availability(none, chars, chars, chars, nullptr);
+    const IMS_NotifyReg registration(none, text, chars, "", nullptr);
+    const IMS_ProxyMessage route(none, nullptr, nullptr, nullptr);
+    const IMS_DAMessage discovery(none, text, text, nullptr);
+    const IMS_RegPackageInfo package(none, chars, text, "c", nullptr);
     const IMS_Subscribe subscribe(none, text, text, text, chars, 0, text, 0);
     const IMS_SubsReg by_reference(none, text, text, text);
     const IMS_SubsDALinkEv by_value(none, text, text, text);
