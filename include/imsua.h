@@ -27,6 +27,7 @@
 #include "messages/IMS_SubsReg.h"
 #include "messages/IMS_Subscribe.h"
 #include "messages/IMS_reg_message.h"
+#include "registrar/IMS_LocalRegistrar.h"
 #include "subscriptions/IMS_address.h"
 #include "subscriptions/IMS_event_mgmt.h"
 #include "subscriptions/IMS_subscription_table.h"
