@@ -3,11 +3,13 @@
 //
 // A daemon derives its class, overrides get_event_id_from_message and handle_event, and runs in this order:
 // construct, set_options, print_usage, open_framework_sockets, wait_for_framework_init, init_sipstack_info,
-// fill_proxy, fill_event_owners, open_local_notifier, handle_message (docs/agent.md).
+// fill_proxy, fill_event_owners, open_local_notifier, create_all_external_descriptors, handle_message
+// (docs/agent.md).
 //
 // Thread   everything on the main thread, except fill_queue_and_send_signal and the two handle_notify
-//          operations built on it, which any thread may call. The class-wide members are written at
-//          start-up and read without a lock afterwards.
+//          operations built on it, which any thread may call, and what the external-interface thread runs.
+//          The class-wide members are written at start-up and read without a lock afterwards; the telephony
+//          descriptors are written by that thread, so read them with load_shared (include/shared_value.h).
 // Memory   never give an agent static storage duration: its destructor would run inside exit() while
 //          other threads still use it. SIP objects belong to the SIP library.
 // Errors   a condition that leaves the daemon without its frame is logged at level 3 and ends the process
@@ -94,9 +96,63 @@ public:
     // framework interface.
     static void wait_for_framework_init();
 
+    // ---- the external-interface thread: telephony and framework arrivals become queue elements ----
+
+    // Opens the telephony socket, PROGRAM.sock (IMS_socket::path_of says where), and starts the thread. 1, or
+    // 0 when either fails. Once, after open_framework_sockets and install_tapi_ifc.
+    int create_all_external_descriptors();
+
+    // Starts the thread, which watches the telephony socket if there is one and the framework's asynchronous
+    // socket if that is open. 1, also when it was started before, or 0; logged at level 5 or 3.
+    int create_external_interface_thread();
+
+    // The thread's entry; `ua` is the IMS_User_Agent. Listens on the telephony socket (two may wait) and
+    // enters wait_for_ext_message. From here on the thread can be cancelled between two rounds of that loop
+    // only.
+    static void* wrap_ext_thread(void* ua);
+
+    // The thread's loop. Each read, 1023 bytes at most, is one batch: framework text goes to
+    // handle_fwk_message, telephony bytes to the installed interface; bytes of any other descriptor are
+    // dropped. A connection whose peer is gone is closed, and the loop goes on.
+    [[noreturn]] void wait_for_ext_message();
+
+    // Accepts a telephony connection and watches it: the first becomes __ua_tapi_asyncfd, the second
+    // __ua_tapi_syncfd, what later ones send is dropped. Both are for the life of the process: when the peer
+    // is gone the variable keeps its number, which belongs to nobody else then. A failure is logged at level
+    // 3 and ends the process with status 1.
+    void accept_incoming_connection(int listenfd);
+
+    // Prints `len` bytes of framework text to standard output and queues a zero-terminated copy (kind 11). A
+    // null `buf` or a negative `len` reads as no text. No memory: level 3, the text is dropped. `fd`, where
+    // it came from, is not used; neither is changed.
+    void handle_fwk_message(int& fd, unsigned char* buf, int& len);
+
+    // `lines` becomes the lines of `text` without the first one, its header; empty for null and for no
+    // memory. A line feed at the end leaves an empty last line. For handlers of framework text.
+    static void parse_prov_msg(const char* text, std::vector<std::string>& lines);
+
+    // ---- telephony (core/IMS_Tapi_ifc.h is the receiving side) ----
+
     // The telephony interface that the external-interface thread hands telephony bytes to. Borrowed, must
     // live as long as the agent; null takes it away. Any thread.
     void install_tapi_ifc(IMS_Tapi_ifc* ifc);
+
+    // The three senders: main thread; the bytes are copied and sent before the return, waiting as long as the
+    // client makes them wait. No memory is logged at level 3 and ends the process with status 1.
+    //
+    // An event, with `len` bytes of body (zeros when `body` is null) on the asynchronous connection. The
+    // header carries the low 16 bits of `len`: beyond 65535 the client cannot find the next message. A failed
+    // send is logged at level 3.
+    void send_tapi_async_message(unsigned short msg_id, unsigned int len, unsigned char* body);
+
+    // The answer to `request`, with `len` bytes of body (zeros when `body` is null) on the synchronous
+    // connection. A failed send is logged at level 3 and ends the process with status 1. Null: nothing.
+    void send_tapi_sync_resp_message(TAC_MSG_S* request, void* body, unsigned short len);
+
+    // The answer to a socket-init request, a body of four zero bytes, on the connection that was asked for:
+    // the asynchronous one for TAPI_SOCKET_INIT, the synchronous one for any other id. Failures and null as
+    // above.
+    void send_tapi_socket_init_resp(TAC_MSG_S* request);
 
     // ---- raw transport events: empty here, and called by nothing in this library; for daemons that watch
     // the transport themselves. `conn` belongs to the SIP library ----
@@ -126,9 +182,10 @@ public:
 
     // Queues `data` as a message of kind `type` and wakes the main loop. Any thread. The payloads of kinds 0,
     // 9, 10 and 11 are malloc blocks and pass to the queue. A full queue drops the message with two lines at
-    // level 4: the payload of kinds 0, 10 and 11 is then freed, that of every other kind stays the caller's
-    // (who is not told). The log's sink must not call the agent. No memory for the queue's own element:
-    // logged at level 3, the payload freed as for a full queue, exit status 1.
+    // level 4: the payload of kinds 0, 10 and 11 is then freed (a record of kind 10 that is queued elsewhere
+    // only after its last dispatch), that of every other kind stays the caller's (who is not told). The log's
+    // sink must not call the agent. No memory for the queue's own element: logged at level 3, the payload
+    // freed as for a full queue, exit status 1.
     void fill_queue_and_send_signal(MSG_TYPE type, void* data);
 
     // Queue a response (kind 1) or a request (kind 2). Any thread.
@@ -216,6 +273,8 @@ protected:
 private:
     SIPLIB_SIPNotifier* adopt_notifier(SIPLIB_SIPNotifier* notifier, int port);
     void stop_thread();
+    void serve_descriptor(int fd);
+    void handle_received(int fd, unsigned char* bytes, int count);
 
     std::vector<SIPLIB_SIPNotifier*> notifiers_; // those that call server_listener_
 };

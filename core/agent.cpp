@@ -1,5 +1,6 @@
 #include "core/IMS_UA_SipServerConnListener.h"
 #include "core/IMS_User_Agent.h"
+#include "include/shared_value.h"
 
 #include <new>
 
@@ -34,7 +35,7 @@ void IMS_User_Agent::stop_thread()
 
 void IMS_User_Agent::install_tapi_ifc(IMS_Tapi_ifc* ifc)
 {
-    __atomic_store_n(&tapi_ifc_, ifc, __ATOMIC_RELEASE);
+    imsua::store_shared(tapi_ifc_, ifc);
 }
 
 void IMS_User_Agent::handle_notify_tcp_request(SIPLIB_SIPConnection*) {}

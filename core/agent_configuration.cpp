@@ -1,5 +1,6 @@
 // Values from the framework's configuration store, and the SIP stack's configuration made of them.
 #include "core/IMS_User_Agent.h"
+#include "include/shared_value.h"
 #include "include/text.h"
 
 #include <cstdio>
@@ -14,7 +15,7 @@ const char* const defaults_section = "/sipstackinit/default/";
 // Null while the framework is not connected: every access is then "not found".
 SIP_IMS_cfg_intf* store()
 {
-    return __atomic_load_n(&IMS_User_Agent::__ua_fwk_intf, __ATOMIC_ACQUIRE);
+    return imsua::load_shared(IMS_User_Agent::__ua_fwk_intf);
 }
 
 struct LevelWord {

@@ -1,12 +1,13 @@
 // The connection to the framework daemon.
 #include "core/IMS_User_Agent.h"
+#include "include/shared_value.h"
 
 namespace {
 
 void log_framework_pointers(const char* function)
 {
-    const void* connector = __atomic_load_n(&IMS_User_Agent::__ua_fwk_connector, __ATOMIC_ACQUIRE);
-    const void* intf = __atomic_load_n(&IMS_User_Agent::__ua_fwk_intf, __ATOMIC_ACQUIRE);
+    const void* connector = imsua::load_shared(IMS_User_Agent::__ua_fwk_connector);
+    const void* intf = imsua::load_shared(IMS_User_Agent::__ua_fwk_intf);
     IMS_log::loginfo(5, function, "__ua_fwk_connector =%p __ua_fwk_intf=%p", connector, intf);
 }
 
@@ -28,7 +29,7 @@ int IMS_User_Agent::close_framework_sockets()
 void IMS_User_Agent::wait_for_framework_init()
 {
     IMS_log::loginfo(5, "wait_for_framework_init", "waiting for sync from framework");
-    SIP_IMS_cfg_intf* const intf = __atomic_load_n(&__ua_fwk_intf, __ATOMIC_ACQUIRE);
+    SIP_IMS_cfg_intf* const intf = imsua::load_shared(__ua_fwk_intf);
     if (intf) intf->wait_for_sync();
     IMS_log::loginfo(5, "wait_for_framework_init", "resuming normal operations");
 }

@@ -47,9 +47,10 @@ void receive_pending(_Q_ELEMENT_T* element)
 void IMS_User_Agent::fill_queue_and_send_signal(MSG_TYPE type, void* data)
 {
     auto* const element = static_cast<_Q_ELEMENT_T*>(std::malloc(sizeof(_Q_ELEMENT_T)));
-    if (!element) {
+    if (!element || !imsua::hold_payload(type, data)) {
         IMS_log::loginfo(3, "fill_queue_and_send_signal", "Could not allocate memory for queue node!");
         imsua::release_refused_payload(type, data);
+        std::free(element);
         fatal_exit(1);
     }
     element->msg_type = type;

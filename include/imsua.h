@@ -2,6 +2,7 @@
 #ifndef IMSUA_H_INCLUDED
 #define IMSUA_H_INCLUDED
 
+#include "core/IMS_Tapi_ifc.h"
 #include "core/IMS_UA_SipClientConnListener.h"
 #include "core/IMS_UA_SipDialogListener.h"
 #include "core/IMS_UA_SipServerConnListener.h"
@@ -11,6 +12,7 @@
 #include "core/IMS_queue_manager.h"
 #include "core/IMS_thread_utility.h"
 #include "include/ims_types.h"
+#include "include/shared_value.h"
 #include "include/sip_names.h"
 #include "include/tapi_wire.h"
 #include "messages/IMS_DAMessage.h"

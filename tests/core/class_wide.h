@@ -17,6 +17,9 @@ public:
         IMS_User_Agent::__ua_fwk_connector = connector_;
         IMS_User_Agent::__ua_myuri = myuri_;
         IMS_User_Agent::__ua_proxy = proxy_;
+        IMS_User_Agent::__ua_tapi_listenfd = listenfd_;
+        IMS_User_Agent::__ua_tapi_syncfd = syncfd_;
+        IMS_User_Agent::__ua_tapi_asyncfd = asyncfd_;
         IMS_daemon::__d_progname = progname_;
         IMS_daemon::__d_help = help_;
     }
@@ -32,6 +35,9 @@ private:
     SIP_IMS_cfg_intf_IMS_socket* connector_ = IMS_User_Agent::__ua_fwk_connector;
     std::string myuri_ = IMS_User_Agent::__ua_myuri;
     std::string proxy_ = IMS_User_Agent::__ua_proxy;
+    int listenfd_ = IMS_User_Agent::__ua_tapi_listenfd;
+    int syncfd_ = IMS_User_Agent::__ua_tapi_syncfd;
+    int asyncfd_ = IMS_User_Agent::__ua_tapi_asyncfd;
     const char* progname_ = IMS_daemon::__d_progname;
     bool help_ = IMS_daemon::__d_help;
 };
