@@ -46,11 +46,11 @@ void receive_pending(_Q_ELEMENT_T* element)
 
 void IMS_User_Agent::fill_queue_and_send_signal(MSG_TYPE type, void* data)
 {
-    auto* const element = static_cast<_Q_ELEMENT_T*>(std::malloc(sizeof(_Q_ELEMENT_T)));
-    if (!element || !imsua::hold_payload(type, data)) {
+    const bool held = imsua::hold_payload(type, data);
+    auto* const element = held ? static_cast<_Q_ELEMENT_T*>(std::malloc(sizeof(_Q_ELEMENT_T))) : nullptr;
+    if (!element) {
         IMS_log::loginfo(3, "fill_queue_and_send_signal", "Could not allocate memory for queue node!");
         imsua::release_refused_payload(type, data);
-        std::free(element);
         fatal_exit(1);
     }
     element->msg_type = type;
