@@ -1,6 +1,7 @@
 #include "xml/DALinkAvailEvXmlData.h"
 
 #include "tests/support/log_records.h"
+#include "tests/support/sample_documents.h"
 #include "tests/xml/documents.h"
 
 #include <gmock/gmock.h>
@@ -9,16 +10,6 @@
 #include <type_traits>
 
 namespace {
-
-void fill(DALinkAvailEvXmlData& d, const char* network)
-{
-    d.access_network = network;
-    d.threegpp.access_type = "3GPP-UTRAN-FDD";
-    d.threegpp.hplmn = "26201";
-    d.threegpp.utran_cell_id = "C1A2";
-    d.ieee.access_type = "IEEE-802.11g";
-    d.ieee.ap = "00:11:22:33:44:55";
-}
 
 const char* const IEEE_TEXT = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
                               "<link-info>\n"
@@ -54,7 +45,7 @@ TEST(ALinkAvailability, StartsEmpty)
 TEST(ALinkAvailability, OfTheRadioNetworkIsWrittenWithItsDetails)
 {
     DALinkAvailEvXmlData d;
-    fill(d, "3GPP");
+    samples::fill(d, "3GPP");
     ASSERT_EQ(d.encodeXml(), 0);
     EXPECT_EQ(encoded(d), RADIO_TEXT);
 }
@@ -62,7 +53,7 @@ TEST(ALinkAvailability, OfTheRadioNetworkIsWrittenWithItsDetails)
 TEST(ALinkAvailability, OfAnythingElseIsWrittenInTheIeeeForm)
 {
     DALinkAvailEvXmlData d;
-    fill(d, "IEEE");
+    samples::fill(d, "IEEE");
     ASSERT_EQ(d.encodeXml(), 0);
     EXPECT_EQ(encoded(d), IEEE_TEXT);
     for (const char* network : {"3gpp", "3GPP ", " 3GPP", "3GPP2", "wired", ""}) {
@@ -115,7 +106,7 @@ TEST(ALinkAvailability, PutsTheFirstAccessTypeIntoTheRadioRecord)
 TEST(ALinkAvailability, OfTheRadioNetworkCannotBeReadBack)
 {
     DALinkAvailEvXmlData d;
-    fill(d, "3GPP");
+    samples::fill(d, "3GPP");
     ASSERT_EQ(d.encodeXml(), 0);
     LogRecords log;
     d.access_network = "untouched";
@@ -156,7 +147,7 @@ TEST(ALinkAvailability, ReadsItsFieldsInOrder)
 TEST(ALinkAvailability, KeepsWhatAnUnreadableTextDoesNotSay)
 {
     DALinkAvailEvXmlData d;
-    fill(d, "IEEE");
+    samples::fill(d, "IEEE");
     EXPECT_EQ(d.parseXml(), -1);
     EXPECT_EQ(parse(d, "garbage"), -1);
     EXPECT_EQ(d.access_network, "IEEE");

@@ -1,6 +1,7 @@
 #include "xml/DALinkEvXmlData.h"
 
 #include "tests/support/log_records.h"
+#include "tests/support/sample_documents.h"
 #include "tests/support/temp_dir.h"
 #include "tests/xml/documents.h"
 
@@ -20,30 +21,6 @@ IMS_DA_PROXY_INFO proxy(const char* address, const char* kind, int port)
     p.kind = kind;
     p.port = port;
     return p;
-}
-
-// A link event with every field set, but for the coverage record.
-void fill_profile(DALinkEvXmlData& d)
-{
-    d.name = "internet";
-    d.profile_id = 3;
-    d.link_reference = 17;
-    d.access_network = "IEEE";
-    d.ieee.access_type = "IEEE-802.11g";
-    d.ieee.ap = "00:11:22:33:44:55";
-    d.device.name = "wlan0";
-    d.device.ue_mac = "02:00:00:00:00:01";
-    d.device.ip_address = "192.0.2.7";
-    d.device.status = "up";
-    d.device.cause = "carrier";
-    d.proxy_list = {proxy("192.0.2.1", "pcscf", 5060), proxy("proxy.example.com", "backup", 5061)};
-}
-
-void fill_coverage(DALinkEvXmlData& d)
-{
-    d.coverage.access_type = "3GPP-UTRAN-FDD";
-    d.coverage.hplmn = "26201";
-    d.coverage.utran_cell_id = "C1A2";
 }
 
 const char* const PROFILE_TEXT =
@@ -119,7 +96,7 @@ TEST(ALinkEvent, StartsEmptyWithZeroNumbers)
 TEST(ALinkEvent, IsWrittenInTheProfileForm)
 {
     DALinkEvXmlData d;
-    fill_profile(d);
+    samples::fill(d);
     ASSERT_EQ(d.encodeXml(), 0);
     EXPECT_EQ(encoded(d), PROFILE_TEXT);
 }
@@ -127,8 +104,8 @@ TEST(ALinkEvent, IsWrittenInTheProfileForm)
 TEST(ALinkEvent, IsWrittenInTheCoverageFormAloneWhateverElseItHolds)
 {
     DALinkEvXmlData d;
-    fill_profile(d);
-    fill_coverage(d);
+    samples::fill(d);
+    samples::fill_coverage(d);
     ASSERT_EQ(d.encodeXml(), 0);
     EXPECT_EQ(encoded(d), COVERAGE_TEXT);
 }
@@ -136,8 +113,8 @@ TEST(ALinkEvent, IsWrittenInTheCoverageFormAloneWhateverElseItHolds)
 TEST(ALinkEvent, ChoosesItsFormByTheCoverageAccessTypeAlone)
 {
     DALinkEvXmlData d;
-    fill_profile(d);
-    fill_coverage(d);
+    samples::fill(d);
+    samples::fill_coverage(d);
     d.coverage.access_type.clear();
     ASSERT_EQ(d.encodeXml(), 0);
     EXPECT_EQ(encoded(d), PROFILE_TEXT);
@@ -156,7 +133,7 @@ TEST(ALinkEvent, LogsSizeAndPlaceOfWhatItWrote)
 TEST(ALinkEvent, InTheProfileFormIsReadBackButForTheIeeeAccessType)
 {
     DALinkEvXmlData sent;
-    fill_profile(sent);
+    samples::fill(sent);
     ASSERT_EQ(sent.encodeXml(), 0);
     DALinkEvXmlData d;
     ASSERT_EQ(parse(d, encoded(sent)), 0);
@@ -204,7 +181,7 @@ TEST(ALinkEvent, InTheCoverageFormRestoresTheCoverageRecordOnly)
 TEST(ALinkEvent, IsReadFromItsOwnBuffer)
 {
     DALinkEvXmlData d;
-    fill_coverage(d);
+    samples::fill_coverage(d);
     ASSERT_EQ(d.encodeXml(), 0);
     d.coverage = THREEGPP_INFO_T();
     ASSERT_EQ(d.parseXml(), 0);

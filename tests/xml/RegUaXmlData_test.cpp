@@ -1,5 +1,6 @@
 #include "xml/RegUaXmlData.h"
 
+#include "tests/support/sample_documents.h"
 #include "tests/xml/document_checks.h"
 
 namespace {
@@ -13,18 +14,6 @@ const TextFields<RegUaXmlData> FIELDS = {
 };
 
 const char* const WROTE = "Buff size=%d ptr: %p";
-
-void fill(RegUaXmlData& d)
-{
-    d.aor = "sip:alice@home.example";
-    d.name = "internet";
-    d.methods = "INVITE,MESSAGE";
-    d.content_type = "application/sdp";
-    d.events = "presence";
-    d.header_name = "Accept-Contact";
-    d.header_value = "*";
-    d.ua_section = "voice";
-}
 
 TEST(AUserAgentsDescription, StartsEmpty)
 {
@@ -40,7 +29,7 @@ TEST(AUserAgentsDescription, StartsEmpty)
 TEST(AUserAgentsDescription, IsWrittenWithTheAddressesTextAndChildrenOnOneLine)
 {
     RegUaXmlData d;
-    fill(d);
+    samples::fill(d);
     d.spare_list_a = {"a"};
     d.spare_list_b = {"b"};
     expect_encoding(d,
@@ -110,7 +99,7 @@ TEST(AUserAgentsDescription, RefusesWhatCannotBeRead)
 TEST(AUserAgentsDescription, ReadBackIsWholeButForTheHeader)
 {
     RegUaXmlData sent;
-    fill(sent);
+    samples::fill(sent);
     ASSERT_EQ(sent.encodeXml(), 0);
     RegUaXmlData d;
     d.header_name = "kept";
