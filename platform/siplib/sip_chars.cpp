@@ -37,6 +37,11 @@ constexpr std::array<std::uint16_t, 256> make_table()
             sets = static_cast<std::uint16_t>(sets | row.sets);
         }
     }
+    for (unsigned c = 0; c < table.size(); ++c) {
+        if (c != '\t' && (c < 0x20 || c == 0x7f)) continue;
+        const bool bare = c > ' ' && c != '<' && c != '>' && c != '"';
+        table[c] = static_cast<std::uint16_t>(table[c] | chars_line | (bare ? chars_bare : 0));
+    }
     return table;
 }
 
@@ -89,19 +94,6 @@ std::string_view without_blanks(std::string_view text)
     while (!text.empty() && is_blank(text.back()))
         text.remove_suffix(1);
     return text;
-}
-
-char lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool same_name(std::string_view a, std::string_view b)
-{
-    if (a.size() != b.size()) return false;
-    for (std::size_t i = 0; i < a.size(); ++i)
-        if (lower(a[i]) != lower(b[i])) return false;
-    return true;
 }
 
 } // namespace siplib

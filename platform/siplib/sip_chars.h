@@ -23,7 +23,9 @@ enum CharSet : std::uint16_t {
     chars_phone = 64,    // a telephone number with its visual separators (RFC 3966 section 3)
     chars_uri = 128,     // uric: any other URI (RFC 2396 section 2)
     chars_label = 256,   // a label of a host name, and the underscore that private networks use
-    chars_hex = 512
+    chars_hex = 512,
+    chars_line = 1024, // what a header value may hold: no control character but a tab, anything beyond ASCII
+    chars_bare = 2048  // of these, what needs no brackets and no quotes: no blank, "<", ">" or quote
 };
 
 // True if `c` is in `set`.
@@ -44,8 +46,17 @@ std::string_view without_leading_blanks(std::string_view text);
 std::string_view without_blanks(std::string_view text); // at both ends
 
 // ASCII only and independent of the locale, as SIP compares names (RFC 3261 section 7.3.1).
-char lower(char c);
-bool same_name(std::string_view a, std::string_view b);
+inline char lower(char c)
+{
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+inline bool same_name(std::string_view a, std::string_view b)
+{
+    if (a.size() != b.size()) return false;
+    for (std::size_t i = 0; i < a.size(); ++i)
+        if (a[i] != b[i] && lower(a[i]) != lower(b[i])) return false;
+    return true;
+}
 
 } // namespace siplib
 

@@ -1,15 +1,9 @@
 #include "siplib/sip_text.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace siplib {
 namespace {
-
-char lower(char c)
-{
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
 
 bool is_digit(char c)
 {
@@ -166,32 +160,24 @@ bool read_sip_part(std::string_view rest, Uri& uri)
 
 } // namespace
 
-bool same_word(std::string_view a, std::string_view b)
-{
-    return a.size() == b.size() &&
-           std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return lower(x) == lower(y); });
-}
-
 bool is_token(std::string_view text)
 {
-    return !text.empty() && std::all_of(text.begin(), text.end(), [](char c) {
-        return is_alphanumeric(c) || (c != '\0' && std::strchr("-.!%*_+`'~", c));
-    });
+    return only_chars(text, chars_token, false);
 }
 
 bool has_control(std::string_view text)
 {
-    return std::any_of(text.begin(), text.end(), [](char c) {
-        const auto byte = static_cast<unsigned char>(c);
-        return (byte < 0x20 && byte != '\t') || byte == 0x7f;
-    });
+    return leading_chars(text, chars_line) < text.size();
 }
 
 std::string_view trimmed(std::string_view text)
 {
-    const auto first = text.find_first_not_of(" \t\r\n");
-    if (first == std::string_view::npos) return {};
-    return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+    const auto is_space = [](char c) { return is_blank(c) || c == '\r' || c == '\n'; };
+    while (!text.empty() && is_space(text.front()))
+        text.remove_prefix(1);
+    while (!text.empty() && is_space(text.back()))
+        text.remove_suffix(1);
+    return text;
 }
 
 std::string_view full_header_name(std::string_view name)
@@ -200,11 +186,6 @@ std::string_view full_header_name(std::string_view name)
     for (const Compact& row : compact_names)
         if (row.letter == lower(name[0])) return row.name;
     return name;
-}
-
-bool same_header(std::string_view a, std::string_view b)
-{
-    return same_word(full_header_name(a), full_header_name(b));
 }
 
 bool is_single_header(std::string_view name)
@@ -278,7 +259,7 @@ bool read_uri(std::string_view text, Uri& uri)
         if (text.back() != '>') return false;
         text = text.substr(1, text.size() - 2);
     }
-    if (has_control(text) || text.find_first_of(" \t<>\"") != std::string_view::npos) return false;
+    if (leading_chars(text, chars_bare) < text.size()) return false;
     const auto colon = text.find(':');
     if (colon == std::string_view::npos) return false;
     found.text = text;

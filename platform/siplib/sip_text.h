@@ -6,6 +6,8 @@
 #ifndef SIPLIB_SIP_TEXT_H_INCLUDED
 #define SIPLIB_SIP_TEXT_H_INCLUDED
 
+#include "siplib/sip_chars.h"
+
 #include <string>
 #include <string_view>
 
@@ -14,7 +16,10 @@ namespace siplib {
 constexpr std::size_t max_message_size = 16 * 1024; // a whole message on the wire
 
 // Equality without case, ASCII only.
-bool same_word(std::string_view a, std::string_view b);
+inline bool same_word(std::string_view a, std::string_view b)
+{
+    return same_name(a, b);
+}
 
 // token of RFC 3261 section 25.1: what a method and a header name are made of. Not empty.
 bool is_token(std::string_view text);
@@ -29,7 +34,11 @@ std::string_view trimmed(std::string_view text);
 std::string_view full_header_name(std::string_view name);
 
 // Whether two header names mean the same header.
-bool same_header(std::string_view a, std::string_view b);
+inline bool same_header(std::string_view a, std::string_view b)
+{
+    const bool both_long = a.size() != 1 && b.size() != 1;
+    return both_long ? same_word(a, b) : same_word(full_header_name(a), full_header_name(b));
+}
 
 // Whether a message carries the header at most once and its value is no list.
 bool is_single_header(std::string_view name);
