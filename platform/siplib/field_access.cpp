@@ -3,6 +3,7 @@
 #include "siplib/SIPLIB_Stack.h"
 #include "siplib/header_check.h"
 #include "siplib/log.h"
+#include "siplib/plain_value.h"
 
 #include <algorithm>
 #include <atomic>
@@ -79,7 +80,7 @@ int put_header(Message& message, const char* name, const char* value, bool more)
     if (text.size() > max_message_size || has_control(text)) return SIPLIB_ERR_ARGUMENT;
     if (message.wire_size() + text.size() + std::strlen(name) > max_message_size) return SIPLIB_ERR_ARGUMENT;
     if (more && is_single_header(name) && message.has(name)) return SIPLIB_ERR_SYNTAX;
-    if (!header_parses(name, value)) return SIPLIB_ERR_SYNTAX;
+    if (!is_plain_value(name, text) && !header_parses(name, value)) return SIPLIB_ERR_SYNTAX;
     if (more)
         message.add(name, text);
     else
