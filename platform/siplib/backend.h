@@ -26,8 +26,7 @@ struct Target {
     std::string host;
     int port = 0;
     bool tcp = false;
-    std::string route;       // the same as a URI
-    bool is_the_uri = false; // the Request-URI says the same
+    std::string route; // the same as a URI
 };
 
 // A message as it stood on the wire.
@@ -44,8 +43,7 @@ enum : unsigned char {
     holds_call = 8
 };
 
-// A request on its way to the SIP thread. One allocation holds all its text; with the response it travels
-// back.
+// A request on its way to the SIP thread. One allocation holds all its text.
 struct RequestOrder {
     ClientConnection* connection = nullptr;
     std::uint32_t generation = 0;
@@ -57,7 +55,6 @@ struct RequestOrder {
     bool is_ack = false;       // no response comes
     bool own_via = false;      // the caller's Via is used
     bool makes_dialog = false; // SUBSCRIBE or INVITE: a 2xx makes or refreshes one
-    bool uri_is_route = false; // the Request-URI alone leads there
     bool retried = false;      // a connection that had worked was closed under it: once more on a fresh one
 
     const char* route() const { return text.c_str(); }
@@ -90,6 +87,8 @@ public:
     virtual ~StackEvents() = default;
     // A response (also one made by the stack: 408, 503) to an order.
     virtual void response(const RequestOrder& order, int status, RawMessage raw) = 0;
+    // The text of an order that is over: its memory serves again.
+    virtual void done_with(std::string& text) = 0;
     // The order ended without a response that anybody could get (ACK).
     virtual void sent(const RequestOrder& order) = 0;
     // A request for the port that `notifier` opened. accepted() follows when a connection was given.

@@ -13,6 +13,8 @@ namespace {
 
 using Guard = std::lock_guard<std::mutex>;
 constexpr std::size_t most_untaken = 32; // provisional responses beyond are dropped
+// Bytes: what is worth keeping of a request's memory, and what a request usually takes.
+constexpr std::size_t smallest_spare = 128, usual_request = 1024;
 
 // An empty host is no hop, whatever else the record holds.
 bool read_hop(const SIPLIB_SipImsServerAddress& address, NextHop& hop)
@@ -45,6 +47,25 @@ bool ClientConnection::open(Opening opening)
     return true;
 }
 
+// Most connections are used for one request: the memory of an earlier one's serves again.
+void ClientConnection::take_spare_memory(Message& request)
+{
+    Stack* stack = Stack::running();
+    if (request.held() >= smallest_spare) return;
+    if (stack) request = stack->spare_requests().take();
+    request.reserve(usual_request);
+}
+
+// Nobody reads the request any more once the final response was taken. The lock is held.
+void ClientConnection::drop_request()
+{
+    Message done;
+    std::swap(done, work_->request);
+    Stack* stack = Stack::running();
+    if (stack && done.held() >= smallest_spare && done.held() <= Stack::largest_spare)
+        stack->spare_requests().give(done);
+}
+
 int ClientConnection::initRequest(const char* method)
 {
     Guard guard(state_.mutex);
@@ -52,6 +73,7 @@ int ClientConnection::initRequest(const char* method)
     if (const int status = check_method(method)) return status;
     Work& work = *work_;
     work.method = method;
+    take_spare_memory(work.request);
     work.request.clear();
     work.response.clear();
     work.raw.text.clear();
@@ -82,10 +104,10 @@ int ClientConnection::prepare(Stack& stack, RequestOrder& order)
     if (target.tcp && !stack.cfg().tcpFlag) return SIPLIB_ERR_TRANSPORT;
     if (!stack.backend().may_send_to(target)) return SIPLIB_ERR_STATE;
     order.route_size = static_cast<std::uint32_t>(target.route.size());
+    order.text = stack.spare_texts().take();
     order.text.reserve(target.route.size() + work.request.wire_size() + 256);
-    order.text.append(target.route).append(1, '\0');
+    order.text.assign(target.route).append(1, '\0');
     order.tcp = target.tcp;
-    order.uri_is_route = target.is_the_uri;
     order.own_via = work.request.has("Via");
     return complete_request(work.request, work.method, work.opening.request_uri, stack.cseqs(), order.text);
 }
@@ -151,6 +173,7 @@ void ClientConnection::rest_from(Time at)
 
 void ClientConnection::deliver(std::uint32_t generation, int status, RawMessage raw, SIPLIB_SIPDialog* dialog)
 {
+    Announcement next;
     {
         Guard guard(state_.mutex);
         if (state_.generation != generation || !state_.live()) return;
@@ -164,27 +187,44 @@ void ClientConnection::deliver(std::uint32_t generation, int status, RawMessage 
             state_.last_used = now();
             rest_from(state_.last_used);
         }
+        next = next_announcement();
     }
-    announce(generation);
+    announce(generation, next);
+}
+
+// What to announce now, if anything; the callback has begun then. The lock is held.
+ClientConnection::Announcement ClientConnection::next_announcement()
+{
+    Stack* stack = Stack::running();
+    SIPLIB_SIPClientConnectionListener* listener = work_->listener;
+    if (!stack || !listener || work_->announced >= work_->untaken.size()) return {};
+    ++work_->announced;
+    ++state_.owed;
+    stack->callbacks().begin(this);
+    return {listener, work_->announced < work_->untaken.size()};
+}
+
+void ClientConnection::announce(std::uint32_t generation)
+{
+    Announcement next;
+    {
+        Guard guard(state_.mutex);
+        if (state_.generation != generation || !state_.live()) return;
+        next = next_announcement();
+    }
+    announce(generation, next);
 }
 
 // One callback for each response that was not announced yet; no lock is held during it.
-void ClientConnection::announce(std::uint32_t generation)
+void ClientConnection::announce(std::uint32_t generation, Announcement next)
 {
-    Stack* stack = Stack::running();
-    while (stack) {
-        SIPLIB_SIPClientConnectionListener* listener = nullptr;
-        {
-            Guard guard(state_.mutex);
-            if (state_.generation != generation || !state_.live()) return;
-            listener = work_->listener;
-            if (!listener || work_->announced >= work_->untaken.size()) return;
-            ++work_->announced;
-            ++state_.owed;
-            stack->callbacks().begin(this);
-        }
-        listener->notifyResponse(this);
-        stack->callbacks().end();
+    while (next.listener) {
+        next.listener->notifyResponse(this);
+        if (Stack* stack = Stack::running()) stack->callbacks().end();
+        if (!next.more) return;
+        Guard guard(state_.mutex);
+        if (state_.generation != generation || !state_.live()) return;
+        next = next_announcement();
     }
 }
 
@@ -203,12 +243,10 @@ int ClientConnection::receive()
         Work& work = *work_;
         work.status = work.untaken.front().status;
         work.raw = std::move(work.untaken.front().raw);
-        // It came in the request's allocation, which is several times larger.
-        if (work.raw.text.capacity() > 2 * work.raw.text.size()) work.raw.text.shrink_to_fit();
         work.untaken.erase(work.untaken.begin());
         work.response_read = false;
         work.response.clear();
-        if (step_ == Step::finished) work.request = Message(); // nobody reads it any more: its memory goes
+        if (step_ == Step::finished) drop_request();
         if (work.announced > 0) --work.announced;
         if (state_.owed > 0) --state_.owed;
         state_.last_used = now();

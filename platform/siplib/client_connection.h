@@ -74,6 +74,16 @@ private:
         SIPLIB_SIPClientConnectionListener* listener = nullptr;
     };
 
+    // A callback that has begun, and whether more may follow it.
+    struct Announcement {
+        SIPLIB_SIPClientConnectionListener* listener = nullptr;
+        bool more = false;
+    };
+
+    static void take_spare_memory(Message& request);
+    void drop_request();
+    Announcement next_announcement();
+    void announce(std::uint32_t generation, Announcement next);
     int put(const char* name, const char* value, bool more);
     int prepare(Stack& stack, RequestOrder& order);
     void label(RequestOrder& order);

@@ -4,6 +4,7 @@ namespace siplib {
 namespace {
 
 constexpr std::size_t none = static_cast<std::size_t>(-1);
+constexpr std::size_t usual_fields = 16;
 
 std::uint32_t as_u32(std::size_t n)
 {
@@ -17,6 +18,12 @@ void Message::clear()
     text_.clear();
     fields_.clear();
     start_ = start_size_ = body_ = body_size_ = 0;
+}
+
+void Message::reserve(std::size_t bytes)
+{
+    text_.reserve(bytes);
+    fields_.reserve(usual_fields);
 }
 
 std::uint32_t Message::keep(std::string_view text)
@@ -66,7 +73,7 @@ bool Message::parse(std::string text, std::size_t body_at)
     const std::string_view line = trimmed(std::string_view(text_).substr(0, line_end));
     start_ = as_u32(line.empty() ? 0 : static_cast<std::size_t>(line.data() - text_.data()));
     start_size_ = as_u32(line.size());
-    fields_.reserve(16);
+    fields_.reserve(usual_fields);
     for (std::size_t at = line_end + 1; at < body_at;)
         at = parse_field(at, body_at);
     body_ = as_u32(body_at);

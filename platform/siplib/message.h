@@ -25,7 +25,8 @@ public:
     // Reads a whole message that the stack has accepted; the body starts at `body_at`. Folded lines become
     // one; headers in compact form keep their name. False when there is no start line.
     bool parse(std::string text, std::size_t body_at);
-    void clear();
+    void clear();                    // keeps the memory
+    void reserve(std::size_t bytes); // and a usual number of fields
 
     std::string_view start_line() const { return view(start_, start_size_); }
     std::size_t count() const { return fields_.size(); }

@@ -84,7 +84,6 @@ int choose_hop(const Message& message, const std::string& request_uri, const Nex
     const std::string_view route = message.find("Route");
     if (!route.empty() && hop.host.empty() && !read_uri(uri_in(route.substr(0, route.find(','))), uri))
         return SIPLIB_ERR_SYNTAX;
-    target.is_the_uri = false;
     if (!hop.host.empty()) {
         target.host = hop.host;
         target.port = hop.port;
@@ -95,7 +94,6 @@ int choose_hop(const Message& message, const std::string& request_uri, const Nex
     if (uri.scheme != "sip") return SIPLIB_ERR_TRANSPORT; // sips needs TLS, tel needs a next hop
     target.host = uri.host;
     target.port = uri.port ? uri.port : 5060;
-    target.is_the_uri = route.empty();
     transport = uri.transport;
     return SIPLIB_OK;
 }
@@ -133,7 +131,6 @@ int find_target(const Message& message, const std::string& uri, const NextHop& h
     if (!transport.empty() && transport != "udp" && transport != "tcp") return SIPLIB_ERR_TRANSPORT;
     target.tcp = transport == "tcp";
     if (!is_numeric(target.host)) {
-        target.is_the_uri = false;
         const std::string name = target.host;
         if (!look_up(name, target.host)) return SIPLIB_ERR_TRANSPORT;
     }

@@ -23,6 +23,7 @@ std::mutex& start_mutex()
 }
 
 constexpr std::size_t most_resting = 4096; // finished connections that keep their message
+constexpr std::size_t most_spares = 128;   // requests whose memory is kept for the next ones
 constexpr unsigned burst = 1000;           // transactions after which free memory goes back to the system
 
 std::size_t pool_limit(const SIPLIB_StackCfg& cfg)
@@ -73,7 +74,8 @@ Stack::Stack(const SIPLIB_StackCfg& cfg)
     : cfg_(cfg), linger_(64 * cfg.T1), client_transactions_(cfg.maxTransactions),
       server_transactions_(cfg.maxTransactions), registrations_(cfg.maxRegClients),
       subscriptions_(cfg.maxSubscriptions), calls_(cfg.maxCallDialogs), cseqs_(cseq_capacity(cfg)),
-      clients_(pool_limit(cfg)), servers_(pool_limit(cfg)), notifiers_(1024), dialog_shells_(pool_limit(cfg))
+      clients_(pool_limit(cfg)), servers_(pool_limit(cfg)), notifiers_(1024), dialog_shells_(pool_limit(cfg)),
+      spare_requests_(most_spares), spare_texts_(most_spares)
 {
 }
 
@@ -208,6 +210,11 @@ void Stack::response(const RequestOrder& order, int status, RawMessage raw)
     order.connection->deliver(order.generation, status, std::move(raw), made);
 }
 
+void Stack::done_with(std::string& text)
+{
+    if (text.capacity() <= largest_spare) spare_texts_.give(text);
+}
+
 void Stack::sent(const RequestOrder& order)
 {
     release(order.holds);
@@ -261,6 +268,8 @@ void Stack::free_memory_after_a_burst()
 {
     if (worked_.load(std::memory_order_relaxed) < burst || client_transactions_.taken() > 0) return;
     worked_.store(0, std::memory_order_relaxed);
+    spare_requests_.drop_all();
+    spare_texts_.drop_all();
     malloc_trim(0);
 }
 

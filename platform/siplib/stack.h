@@ -10,7 +10,9 @@
 #include "siplib/callbacks.h"
 #include "siplib/cseq_table.h"
 #include "siplib/dialog_table.h"
+#include "siplib/message.h"
 #include "siplib/shell_pool.h"
+#include "siplib/spares.h"
 
 #include <atomic>
 #include <memory>
@@ -71,7 +73,13 @@ public:
     void release(unsigned what);
     Limit& server_transactions() { return server_transactions_; }
 
+    // Memory of requests that are done, for those that come; larger memory is not kept.
+    static constexpr std::size_t largest_spare = 4096;
+    Spares<Message>& spare_requests() { return spare_requests_; }
+    Spares<std::string>& spare_texts() { return spare_texts_; }
+
     void response(const RequestOrder& order, int status, RawMessage raw) override;
+    void done_with(std::string& text) override;
     void sent(const RequestOrder& order) override;
     Accepted request(Notifier* notifier, InboundRequest request) override;
     void accepted(const Accepted& to) override;
@@ -93,6 +101,8 @@ private:
     ShellPool<Notifier> notifiers_;
     ShellPool<Dialog> dialog_shells_;
     DialogTable dialogs_;
+    Spares<Message> spare_requests_;
+    Spares<std::string> spare_texts_;
     std::atomic<unsigned> worked_{0}; // transactions since memory was last given back
     std::atomic<std::size_t> forgotten_cursor_{0};
     std::unique_ptr<Backend> backend_; // last: its thread ends before anything else goes

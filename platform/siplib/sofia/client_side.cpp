@@ -59,7 +59,10 @@ void ClientSide::send(RequestOrder order)
 {
     const std::string_view route = order.route_view();
     auto found = windows_.find(route);
-    if (found == windows_.end()) found = windows_.try_emplace(std::string(route)).first;
+    if (found == windows_.end()) {
+        found = windows_.try_emplace(std::string(route)).first;
+        found->second.route.reset(url_hdup(nullptr, reinterpret_cast<const url_t*>(order.route())));
+    }
     ++busy_;
     ++parked_;
     found->second.parked.push_back(std::move(order));
@@ -91,16 +94,17 @@ void ClientSide::start(RequestOrder order, Window& window)
     ++window.under_way;
     if (MessageRecord::enabled()) sent_bodies().note(slot.order.message());
     msg_t* msg = message_of(slot.order.message());
-    const char* route = slot.order.uri_is_route ? nullptr : slot.order.route();
     nta_outgoing_t* transaction = nullptr;
-    if (msg)
-        transaction =
-            nta_outgoing_mcreate(agent_, on_outgoing, &slot, reinterpret_cast<const url_string_t*>(route),
-                                 msg, NTATAG_USER_VIA(slot.order.own_via), TAG_END());
+    // The route is given even where the Request-URI says the same: the request line then stays as it is.
+    const auto* route = reinterpret_cast<const url_string_t*>(window.route.get());
+    if (msg && route)
+        transaction = nta_outgoing_mcreate(agent_, on_outgoing, &slot, route, msg,
+                                           NTATAG_USER_VIA(slot.order.own_via), TAG_END());
     if (!slot.busy) { // answered from within the call
         if (transaction) nta_outgoing_destroy(transaction);
         return;
     }
+    if (msg && !transaction) msg_destroy(msg);
     slot.transaction = transaction;
     if (transaction && slot.order.tcp) count_connection(slot);
     if (transaction && !slot.order.is_ack) return;
@@ -168,13 +172,9 @@ void ClientSide::on_response(siplib_outgoing& slot, const sip_t* sip)
     RequestOrder order = std::move(slot.order);
     finish(slot);
     pump(window);
-    if (!made_by_stack) {
-        // The response takes the request's memory, unless the request is wanted once more.
-        if (!order.makes_dialog) raw.text = std::move(order.text);
-        raw.text.assign(scratch_.text);
-        raw.body_at = scratch_.body_at;
-    }
+    if (!made_by_stack) raw = scratch_;
     events_.response(order, status, std::move(raw));
+    events_.done_with(order.text);
 }
 
 void ClientSide::tick(Time now)

@@ -17,6 +17,9 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
+#include <sofia-sip/su_alloc.h>
+#include <sofia-sip/url.h>
 #include <string>
 #include <vector>
 
@@ -37,8 +40,13 @@ struct siplib_outgoing {
 
 namespace siplib::sofia {
 
+struct FreeUrl {
+    void operator()(url_t* url) const { su_free(nullptr, url); }
+};
+
 // The requests to one destination.
 struct Window {
+    std::unique_ptr<url_t, FreeUrl> route; // read once; null when it cannot be read
     unsigned under_way = 0;
     bool pumping = false;
     bool has_answered =

@@ -1,5 +1,7 @@
 #include "siplib/sofia/raw_message.h"
 
+#include "siplib/message_record.h"
+
 #include <sofia-sip/msg_header.h>
 #include <sofia-sip/sip_header.h>
 #include <sofia-sip/su_alloc.h>
@@ -50,7 +52,10 @@ void read_raw_message(const sip_t* sip, RawMessage& raw)
 
 msg_t* message_of(std::string_view text)
 {
-    msg_t* msg = msg_make(sip_default_mclass(), 0, text.data(), static_cast<ssize_t>(text.size()));
+    // Headers that keep their text are not written anew when they go out. But then a message goes out in
+    // several pieces, of which the stack's dump shows the first.
+    const int flags = MessageRecord::enabled() ? 0 : MSG_DO_EXTRACT_COPY;
+    msg_t* msg = msg_make(sip_default_mclass(), flags, text.data(), static_cast<ssize_t>(text.size()));
     const sip_t* sip = msg ? sip_object(msg) : nullptr;
     if (sip && (sip->sip_request || sip->sip_status)) return msg;
     if (msg) msg_destroy(msg);
