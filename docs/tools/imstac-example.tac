@@ -1,0 +1,7 @@
+# A controller says hello, asks for a registration, and waits for the news that it worked.
+send   async 0x8101                                     # socket-init, answered on the asynchronous channel
+expect async 0x8101 hex="00 00 00 00"
+
+send   sync  0x1001 ref=7 text="sip:alice@example.com"  # a request: its answer has the same id and reference
+expect sync  0x1001 ref=7 text=ok
+expect async 0x2001 text=registered within=2s           # an event, from the agent
