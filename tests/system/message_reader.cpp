@@ -82,17 +82,27 @@ std::string values_in(const XmlData* body)
     return values_of<Document>(body, [](const Document& document) { return values(document); });
 }
 
-// The way to a body of any length: a buffer as large as the largest message, and a document of one's own.
+// The way to a body of any length, as docs/messages.md shows it: a buffer as large as the largest message,
+// and a document of one's own.
 template <typename Document>
-std::string whole_body(IMS_Message& message)
+bool read_whole(IMS_Message& message, Document& document)
 {
     std::vector<char> text(16 * 1024);
     int length = static_cast<int>(text.size());
-    if (!message.get_body(text.data(), length)) return "no body";
-    Document document;
+    if (!message.get_body(text.data(), length) || length == 0) return false;
     document.buffer = text.data();
     document.buffer_length = length;
-    return document.parseXml() == 0 ? values(document) : "not parsed";
+    const bool parsed = document.parseXml() == 0;
+    document.buffer = nullptr; // the text ends with this call
+    document.buffer_length = 0;
+    return parsed;
+}
+
+template <typename Document>
+std::string whole_body(IMS_Message& message)
+{
+    Document document;
+    return read_whole(message, document) ? values(document) : "not read";
 }
 
 std::string header(IMS_Message& message, const char* name)
@@ -127,7 +137,7 @@ std::string read(SIPLIB_SIPConnection* conn, More... more)
 }
 
 template <typename Document>
-std::string read_whole(SIPLIB_SIPConnection* conn)
+std::string read_own(SIPLIB_SIPConnection* conn)
 {
     IMS_Message message(conn);
     std::string line = envelope(message) + " | " + whole_body<Document>(message);
@@ -166,8 +176,8 @@ const std::map<std::string, Reader> readers = {
     {"IMS_DAMessage", [](SIPLIB_SIPConnection* c) { return read<IMS_DAMessage, DAMessageXmlData>(c); }},
     {"IMS_RegPackageInfo",
      [](SIPLIB_SIPConnection* c) { return read<IMS_RegPackageInfo, IMSComponentPackageInfo>(c); }},
-    {"status", read_whole<NotifyUaXmlData>},
-    {"description", read_whole<RegUaXmlData>},
+    {"status", read_own<NotifyUaXmlData>},
+    {"description", read_own<RegUaXmlData>},
     {"large-state", read_large_state},
     {"none", read_without_body},
 };
