@@ -10,6 +10,10 @@
 
 set(IMSUA_INCLUDES ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/platform)
 
+# What is installed finds the libraries beside it, wherever the prefix is.
+file(RELATIVE_PATH IMSUA_LIB_FROM_BIN ${CMAKE_INSTALL_FULL_SBINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/${IMSUA_LIB_FROM_BIN}")
+
 # A sanitizer's runtime is in the program, not in the libraries: there only its symbols stay open.
 set(IMSUA_SHARED_LINK -Wl,--as-needed)
 if(NOT IMSUA_SANITIZE)
