@@ -98,11 +98,16 @@ int XmlData::publish(xmlDocPtr doc)
 {
     if (!doc) return -1;
     XmlSection section(XmlSection::Kind::work);
+    XmlSection::forget_errors();
     xmlChar* text = nullptr;
     int length = 0;
     xmlDocDumpFormatMemoryEnc(doc, &text, &length, "UTF-8", 1);
-    const int status = text ? keep(text, length) : -1;
     xmlFreeDoc(doc);
+    if (XmlSection::ran_out_of_memory()) {
+        xmlFree(text);
+        text = nullptr;
+    }
+    const int status = text ? keep(text, length) : -1;
     section.end_with(XmlSection::End::encoded);
     return status;
 }

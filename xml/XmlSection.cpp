@@ -2,6 +2,7 @@
 
 #include <libxml/parser.h>
 #include <libxml/threads.h>
+#include <libxml/xmlerror.h>
 #include <libxml/xmlmemory.h>
 
 #include <algorithm>
@@ -56,4 +57,15 @@ XmlSection::~XmlSection()
 void XmlSection::end_with(End end)
 {
     wanted_end = std::max(wanted_end, end);
+}
+
+void XmlSection::forget_errors()
+{
+    xmlResetLastError();
+}
+
+bool XmlSection::ran_out_of_memory()
+{
+    const xmlError* last = xmlGetLastError();
+    return last && last->code == XML_ERR_NO_MEMORY;
 }

@@ -26,6 +26,11 @@ public:
     // How the outermost section is to end; the strongest demand counts.
     void end_with(End end);
 
+    // Whether libxml2 ran out of memory since `forget_errors`. Most of its operations then go on without what
+    // they could not get and report success, so a tree or a text must be asked about once it is made.
+    static void forget_errors();
+    static bool ran_out_of_memory();
+
     XmlSection(const XmlSection&) = delete;
     XmlSection& operator=(const XmlSection&) = delete;
 };

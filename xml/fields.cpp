@@ -29,17 +29,18 @@ xmlNodePtr Element::add_to(xmlNodePtr parent) const
 
 xmlDocPtr build(const char* root, const Element* rows, std::size_t count)
 {
+    XmlSection::forget_errors();
     xmlNodePtr path[DEEPEST + 1] = {}; // path[d]: the element that rows of depth d + 1 go into
     xmlDocPtr doc = xmlNewDoc(chars("1.0"));
     path[0] = doc ? xmlNewNode(nullptr, chars(root)) : nullptr;
     if (path[0]) xmlDocSetRootElement(doc, path[0]);
-    bool whole = path[0] != nullptr;
+    bool whole = path[0] && !XmlSection::ran_out_of_memory();
     for (std::size_t i = 0; whole && i < count; ++i) {
         if (rows[i].is_left_out()) continue;
         const int depth = rows[i].depth();
         whole = depth >= 1 && depth <= DEEPEST && path[depth - 1];
         if (whole) path[depth] = rows[i].add_to(path[depth - 1]);
-        whole = whole && path[depth];
+        whole = whole && path[depth] && !XmlSection::ran_out_of_memory();
     }
     if (whole) return doc;
     xmlFreeDoc(doc);
@@ -67,7 +68,12 @@ ParsedText::ParsedText(const char* announcement, const char* buffer, int length,
         IMS_log::loginfo(4, "parseXml", "NULL buffer cannot be parsed%s", line_end);
         return;
     }
+    XmlSection::forget_errors();
     tree_ = xmlReadMemory(buffer, length, nullptr, nullptr, options);
+    if (tree_ && XmlSection::ran_out_of_memory()) { // a part of the text alone
+        xmlFreeDoc(tree_);
+        tree_ = nullptr;
+    }
     if (!tree_) IMS_log::loginfo(4, "parseXml", "Could not create DOM%s", line_end);
 }
 

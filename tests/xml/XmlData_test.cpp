@@ -2,14 +2,13 @@
 
 #include "tests/support/log_records.h"
 #include "tests/xml/documents.h"
+#include "tests/xml/failing_allocations.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
-#include <libxml/xmlmemory.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <type_traits>
 
 namespace {
@@ -330,50 +329,7 @@ TEST(AnEncodedText, OfNoTreeIsAFailureThatChangesNothing)
     EXPECT_EQ(note.buffer, before);
 }
 
-// libxml2's allocations, of which the n-th and all later ones fail while a countdown runs.
-int allocations_left = -1;
-
-bool allocation_allowed()
-{
-    if (allocations_left < 0) return true;
-    if (allocations_left == 0) return false;
-    --allocations_left;
-    return true;
-}
-void* failing_malloc(std::size_t size)
-{
-    return allocation_allowed() ? std::malloc(size) : nullptr;
-}
-void* failing_realloc(void* p, std::size_t size)
-{
-    return allocation_allowed() ? std::realloc(p, size) : nullptr;
-}
-char* failing_strdup(const char* text)
-{
-    return allocation_allowed() ? strdup(text) : nullptr;
-}
-
-class AnExhaustedMemory : public testing::Test {
-protected:
-    AnExhaustedMemory()
-    {
-        xmlCleanupParser();
-        xmlMemGet(&free_, &malloc_, &realloc_, &strdup_);
-        xmlMemSetup(std::free, failing_malloc, failing_realloc, failing_strdup);
-    }
-    ~AnExhaustedMemory() override
-    {
-        allocations_left = -1;
-        xmlCleanupParser();
-        xmlMemSetup(free_, malloc_, realloc_, strdup_);
-    }
-
-private:
-    xmlFreeFunc free_ = nullptr;
-    xmlMallocFunc malloc_ = nullptr;
-    xmlReallocFunc realloc_ = nullptr;
-    xmlStrdupFunc strdup_ = nullptr;
-};
+using AnExhaustedMemory = FailingAllocations;
 
 TEST_F(AnExhaustedMemory, FailsTheEncodeAndLeavesTheBuffers)
 {
@@ -383,9 +339,9 @@ TEST_F(AnExhaustedMemory, FailsTheEncodeAndLeavesTheBuffers)
     const char* earlier = note.buffer;
     note.text = "later";
     xmlDocPtr doc = xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"));
-    allocations_left = 0;
+    fail_after(0);
     EXPECT_EQ(note.publish(doc), -1);
-    allocations_left = -1;
+    fail_never();
     EXPECT_EQ(note.buffer, earlier);
     EXPECT_EQ(reinterpret_cast<const char*>(note.encoded_buffer), earlier);
     EXPECT_EQ(note.encodeXml(), 0);

@@ -4,10 +4,9 @@
 // pass each call on.
 #include "xml/XmlSection.h"
 
+#include "include/imsua.h"
 #include "tests/support/log_records.h"
 #include "tests/xml/documents.h"
-#include "xml/DALinkAvailEvXmlData.h"
-#include "xml/DALinkEvXmlData.h"
 
 #include <gtest/gtest.h>
 #include <libxml/parser.h>
@@ -164,6 +163,68 @@ TEST_F(AnXmlSection, EndsAnEncodeWithOneMemoryDumpMore)
 {
     DALinkAvailEvXmlData document;
     EXPECT_EQ(calls_of([&] { EXPECT_EQ(document.encodeXml(), 0); }), (Calls{1, 1, 1}));
+}
+
+// How `Document` reads: with which options, and how that ends.
+template <typename Document>
+void expect_reading(int options, int status = 0)
+{
+    std::vector<Reading> seen;
+    readings = &seen;
+    Document document;
+    EXPECT_EQ(calls_of([&] { EXPECT_EQ(parse(document, BODY), status); }), (Calls{1, 1, 0}));
+    readings = nullptr;
+    ASSERT_EQ(seen.size(), 1u);
+    EXPECT_EQ(seen[0].options, options);
+    EXPECT_EQ(seen[0].length, static_cast<int>(std::strlen(BODY)));
+    EXPECT_FALSE(seen[0].has_url || seen[0].has_encoding);
+}
+
+TEST_F(AnXmlSection, IsTheSameForEachDocumentThatReads)
+{
+    expect_reading<DALinkEvXmlData>(0);
+    expect_reading<DALinkAvailEvXmlData>(0);
+    expect_reading<DAMessageXmlData>(0);
+    expect_reading<IMSSetRouteXml>(0);
+    expect_reading<IMSComponentPackageInfo>(0);
+    expect_reading<RegUaXmlData>(0);
+    expect_reading<RegistrarToRegUaXmlData>(0);
+    expect_reading<NotifyUaXmlData>(0);
+    expect_reading<AppToRegUaXmlData>(0);
+    expect_reading<RegUaNotifyData>(1); // recovers
+    expect_reading<RegXmlData>(0, -1);  // cleans up also behind a tree that it refuses
+}
+
+template <typename Document>
+void expect_writing()
+{
+    Document document;
+    EXPECT_EQ(calls_of([&] { EXPECT_EQ(document.encodeXml(), 0); }), (Calls{1, 1, 1}));
+}
+
+TEST_F(AnXmlSection, IsTheSameForEachDocumentThatWrites)
+{
+    expect_writing<DALinkEvXmlData>();
+    expect_writing<DALinkAvailEvXmlData>();
+    expect_writing<DAMessageXmlData>();
+    expect_writing<IMSSetRouteXml>();
+    expect_writing<IMSComponentPackageInfo>();
+    expect_writing<RegUaXmlData>();
+    expect_writing<NotifyUaXmlData>();
+    expect_writing<AppToRegUaXmlData>();
+}
+
+TEST_F(AnXmlSection, KnowsWhetherMemoryRanOutSinceItWasAsked)
+{
+    XmlSection here(XmlSection::Kind::work);
+    XmlSection::forget_errors();
+    EXPECT_FALSE(XmlSection::ran_out_of_memory());
+    EXPECT_EQ(xmlReadMemory("no document", 11, nullptr, nullptr, XML_PARSE_NOERROR), nullptr);
+    EXPECT_FALSE(XmlSection::ran_out_of_memory()) << "another error";
+    xmlLastError.code = XML_ERR_NO_MEMORY; // exhausted_memory_test.cpp has libxml2 set it
+    EXPECT_TRUE(XmlSection::ran_out_of_memory());
+    XmlSection::forget_errors();
+    EXPECT_FALSE(XmlSection::ran_out_of_memory());
 }
 
 TEST_F(AnXmlSection, CleansNothingWhenAParseFails)
