@@ -9,6 +9,7 @@
 #define IMS_UA_WITH_EVENT_TBL_H_INCLUDED
 
 #include "core/IMS_User_Agent.h"
+#include "core/table_checks.h"
 #include "include/ims_types.h"
 #include "include/imsua_export.h"
 
@@ -23,6 +24,17 @@ public:
     // Takes `table`, rows that end with the event IMS_TABLE_END (255). Null takes the table away. A handler
     // may call it: the event being handled is finished with the old table.
     void initialize_event_tbl(const IMS_EVENT_TABLE_T* table);
+
+    // The same from a constant that the compiler checks (core/table_checks.h): a table with a mistake does
+    // not compile. `Table` is a constexpr IMS_EVENT_TABLE_T[].
+    //
+    //     agent.initialize_event_tbl<events>();
+    template <const auto& Table>
+    void initialize_event_tbl()
+    {
+        static_assert(imsua::is_sound<Table>);
+        initialize_event_tbl(Table);
+    }
 
     // Calls the handler of the first row for `event_id` with `data` and ignores what it returns. 1 when a
     // handler was called; 0 for an event without a row, a row without a handler, no table, and always for

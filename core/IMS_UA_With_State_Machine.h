@@ -11,6 +11,8 @@
 #define IMS_UA_WITH_STATE_MACHINE_H_INCLUDED
 
 #include "core/IMS_User_Agent.h"
+#include "core/state_table.h"
+#include "core/table_checks.h"
 #include "include/ims_types.h"
 #include "include/imsua_export.h"
 
@@ -36,6 +38,18 @@ public:
     // The same in its old spelling, for callers that cast: `lists` is that array of pointers, not a row.
     void initialize_state_tbl(const IMS_STATE_TBL_T* lists, unsigned short initial_state,
                               unsigned short state_count);
+
+    // The same from a constant that the compiler checks (core/table_checks.h): a table with a mistake, or
+    // with another table's number of states, does not compile. `Table` is a constexpr imsua::State_table.
+    //
+    //     agent.initialize_state_tbl<machine>();
+    template <const auto& Table>
+    void initialize_state_tbl()
+    {
+        static_assert(imsua::is_sound<Table>);
+        initialize_state_tbl(Table.lists, static_cast<unsigned short>(Table.initial_state),
+                             Table.state_count);
+    }
 
     // Dispatches `event_id`, then the event that its handler returned, and so on until a handler returns 0,
     // an event has no row, or a row has no handler. Each is looked up in the list of the current state and,

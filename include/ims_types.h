@@ -84,7 +84,7 @@ struct IMS_EVENT_TABLE_T {
     std::uint32_t event;
     IMS_HANDLER_T handler;
 };
-struct IMS_STATE_TBL_T {
+struct IMS_STATE_TBL_T { // NOLINT(clang-analyzer-optin.performance.Padding): the order is fixed
     std::uint32_t event;
     IMS_HANDLER_T handler;
     std::uint16_t next_state;

@@ -8,8 +8,8 @@ set -euo pipefail
 
 build="g++ cmake ninja-build pkg-config ccache libxml2-dev libsofia-sip-ua-dev libmnl-dev libsystemd-dev
        libcli11-dev nlohmann-json3-dev googletest"
-demo="iproute2"
-test="iproute2 sip-tester sipsak tshark libxml2-utils python3"
+demo="iproute2 graphviz"
+test="iproute2 graphviz sip-tester sipsak tshark libxml2-utils python3"
 armhf="g++-arm-linux-gnueabihf qemu-user binutils-arm-linux-gnueabihf"
 fuzz="clang libclang-rt-14-dev"
 lint="clang clang-tidy clang-format python3 python3-yaml"

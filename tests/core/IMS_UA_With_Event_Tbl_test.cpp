@@ -172,6 +172,15 @@ TEST_F(AnEventTable, WithNothingButItsMarkerRecognisesNothing)
     EXPECT_EQ(agent.handle_event(255, &message), 0);
 }
 
+TEST_F(AnEventTable, IsTakenAsACheckedConstantToo)
+{
+    static constexpr IMS_EVENT_TABLE_T checked[] = {{4, note<'c'>}, {IMS_TABLE_END, nullptr}};
+    agent.initialize_event_tbl<checked>();
+    EXPECT_EQ(agent.handle_event(4, &message), 1);
+    EXPECT_EQ(agent.handle_event(3, &message), 0);
+    EXPECT_EQ(message.handlers, "c");
+}
+
 TEST_F(AnEventTable, IsNotCopied)
 {
     IMS_EVENT_TABLE_T rows[] = {{1, note<'1'>}, {IMS_TABLE_END, nullptr}};

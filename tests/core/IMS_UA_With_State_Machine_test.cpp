@@ -417,6 +417,19 @@ TEST_F(AStateMachine, TakesItsArrayInTheOldSpellingToo)
     EXPECT_EQ(log.all(), (Records{traced("4", "1")}));
 }
 
+TEST_F(AStateMachine, TakesACheckedTableAsItStands)
+{
+    static constexpr IMS_STATE_TBL_T everywhere[] = {{10, note<'E'>, 1}, {IMS_TABLE_END, nullptr, 0}};
+    static constexpr IMS_STATE_TBL_T first[] = {{1, note<'a', 2>, 2}, {IMS_TABLE_END, nullptr, 0}};
+    static constexpr IMS_STATE_TBL_T second[] = {{2, note<'b'>, 0}, {IMS_TABLE_END, nullptr, 0}};
+    static constexpr auto machine = imsua::state_table(1, everywhere, first, second);
+    agent.initialize_state_tbl<machine>();
+    EXPECT_EQ(agent.handle_event(1, &message), 1);
+    EXPECT_EQ(agent.handle_event(10, &message), 1);
+    EXPECT_EQ(message.handlers, "abE");
+    EXPECT_EQ(log.all(), (Records{traced("1", "2"), traced("10", "1")}));
+}
+
 TEST_F(AStateMachine, IsNotCopied)
 {
     IMS_STATE_TBL_T rows[] = {{1, note<'1'>, 0}, {IMS_TABLE_END, nullptr, 0}};

@@ -14,6 +14,7 @@ cmake -G Ninja -S "$source/tests/packaging/consumer" -B "$work/consumer" -DCMAKE
     > "$work/configure.log" || { cat "$work/configure.log"; exit 1; }
 cmake --build "$work/consumer" > "$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/consumer/consumer"
+"$work/consumer/consumer_graph" | grep -q "s0 -> s1 .*START"
 
 sed -i "s|^prefix=.*|prefix=$work/root|" "$libdir/pkgconfig/imsua.pc"
 export PKG_CONFIG_PATH="$libdir/pkgconfig"
