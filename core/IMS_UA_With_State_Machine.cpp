@@ -25,6 +25,15 @@ const IMS_STATE_TBL_T* find_in(const IMS_STATE_TBL_T* const* entry, std::uint32_
     return nullptr;
 }
 
+// The first row for `event` in `state`'s own list or, when that has none, in the one that is valid
+// everywhere.
+const IMS_STATE_TBL_T* find_row(const IMS_STATE_TBL_T* const* lists, unsigned short state,
+                                std::uint32_t event)
+{
+    const IMS_STATE_TBL_T* const row = find_in(&lists[state], event);
+    return row ? row : find_in(&lists[VALID_EVERYWHERE], event);
+}
+
 } // namespace
 
 IMS_UA_With_State_Machine::IMS_UA_With_State_Machine()
@@ -48,18 +57,12 @@ void IMS_UA_With_State_Machine::initialize_state_tbl(const IMS_STATE_TBL_T* list
     initialize_state_tbl(reinterpret_cast<const IMS_STATE_TBL_T* const*>(lists), initial_state, state_count);
 }
 
-const IMS_STATE_TBL_T* IMS_UA_With_State_Machine::find_row(std::uint32_t event) const
-{
-    const IMS_STATE_TBL_T* const row = find_in(&state_tbl_[current_state_], event);
-    return row ? row : find_in(&state_tbl_[VALID_EVERYWHERE], event);
-}
-
 unsigned short IMS_UA_With_State_Machine::handle_event(unsigned int event_id, void* data)
 {
     unsigned short handled = 0;
     std::uint32_t event = event_id;
     while (event != 0 && state_tbl_ && current_state_ < state_count_) {
-        const IMS_STATE_TBL_T* const row = find_row(event);
+        const IMS_STATE_TBL_T* const row = find_row(state_tbl_, current_state_, event);
         event = 0;
         if (!row) break;
         if (row->handler) {

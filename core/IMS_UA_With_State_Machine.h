@@ -62,8 +62,6 @@ public:
     unsigned short handle_event(unsigned int event_id, void* data) override;
 
 private:
-    const IMS_STATE_TBL_T* find_row(std::uint32_t event) const;
-
     const IMS_STATE_TBL_T* const* state_tbl_; // null until set
     unsigned short current_state_;
     unsigned short state_count_;

@@ -9,7 +9,7 @@ set -euo pipefail
 build=${1:?build directory}
 shift
 cd "$(dirname "$0")/.."
-names=${*:-queue_bench documents_bench registrar_bench notify_bench notify_soak agent_budget}
+names=${*:-queue_bench dispatch_bench documents_bench registrar_bench notify_bench notify_soak agent_budget}
 for name in $names; do
     printf '\n--- %s\n' "$name"
     case $name in

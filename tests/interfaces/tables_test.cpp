@@ -55,6 +55,40 @@ TEST(AStateMachine, TakesItsListsHoweverConstTheirArrayIs)
     EXPECT_EQ(calls, 3);
 }
 
+// ---- checked constants: their count and initial state come with them ----
+
+constexpr IMS_STATE_TBL_T more_rows[] = {{6, count, 0}, {IMS_TABLE_END, nullptr, 0}};
+constexpr auto machine_of_two = imsua::state_table(1, rows, more_rows);
+constexpr TAPI_EVENT_ACTION_TABLE_T mapping[] = {{TAPI_TABLE_END, nullptr}};
+
+static_assert(imsua::is_sound<events> && imsua::is_sound<machine_of_two> && imsua::is_sound<mapping>);
+static_assert(std::is_same<decltype(machine_of_two), const imsua::State_table<2>>::value);
+static_assert(machine_of_two.state_count == 2 && machine_of_two.initial_state == 1);
+static_assert(machine_of_two.lists[0] == rows && machine_of_two.lists[1] == more_rows);
+static_assert(machine_of_two.row_counts[1] == 2, "marker included");
+
+TEST(TheTableDrivenAgents, TakeCheckedConstants)
+{
+    int calls = 0;
+    Event_tbl by_event;
+    by_event.initialize_event_tbl<events>();
+    EXPECT_EQ(by_event.handle_event(5, &calls), 1);
+    Machine by_state;
+    by_state.initialize_state_tbl<machine_of_two>();
+    EXPECT_EQ(by_state.handle_event(6, &calls), 1) << "a row of the initial state";
+    EXPECT_EQ(by_state.handle_event(5, &calls), 1) << "a row of state 0";
+    EXPECT_EQ(calls, 3);
+}
+
+TEST(AStateGraph, IsDrawnOfTheTableItself)
+{
+    imsua::State_graph graph("two", machine_of_two);
+    graph.states = {{1, "one"}};
+    graph.events = {{5, "five"}, {6, "six"}};
+    graph.handlers = {IMS_NAMED(count)};
+    EXPECT_NE(graph.dot().find("s1 -> s1 [label=\"six / count\"]"), std::string::npos) << graph.dot();
+}
+
 // ---- deriving: a daemon overrides the numbering, and inherits the rest of the virtual table ----
 
 template <typename Base>
