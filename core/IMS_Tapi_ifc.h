@@ -15,6 +15,7 @@
 #ifndef IMS_TAPI_IFC_H_INCLUDED
 #define IMS_TAPI_IFC_H_INCLUDED
 
+#include "core/table_checks.h"
 #include "include/ims_types.h"
 #include "include/imsua_export.h"
 
@@ -42,6 +43,17 @@ public:
     // not return `msg` nor keep a pointer into it (but may take the body away by setting `msg->body` to
     // null).
     void initialize_event_tbl(const TAPI_EVENT_ACTION_TABLE_T* table);
+
+    // The same from a constant that the compiler checks (core/table_checks.h): a table with a mistake does
+    // not compile. `Table` is a constexpr TAPI_EVENT_ACTION_TABLE_T[].
+    //
+    //     ifc.initialize_event_tbl<mapping>();
+    template <const auto& Table>
+    void initialize_event_tbl()
+    {
+        static_assert(imsua::is_sound<Table>);
+        initialize_event_tbl(Table);
+    }
 
     // Queues every message of the `len` bytes at `buf`, in order. Fewer than 16 bytes, or null: level 4,
     // nothing is queued; fewer than 16 at the end are dropped silently. A body that claims more bytes than

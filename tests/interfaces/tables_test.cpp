@@ -59,7 +59,12 @@ TEST(AStateMachine, TakesItsListsHoweverConstTheirArrayIs)
 
 constexpr IMS_STATE_TBL_T more_rows[] = {{6, count, 0}, {IMS_TABLE_END, nullptr, 0}};
 constexpr auto machine_of_two = imsua::state_table(1, rows, more_rows);
-constexpr TAPI_EVENT_ACTION_TABLE_T mapping[] = {{TAPI_TABLE_END, nullptr}};
+
+void* give_back(TAC_MSG_S* message)
+{
+    return message->body;
+}
+constexpr TAPI_EVENT_ACTION_TABLE_T mapping[] = {{7, give_back}, {TAPI_TABLE_END, nullptr}};
 
 static_assert(imsua::is_sound<events> && imsua::is_sound<machine_of_two> && imsua::is_sound<mapping>);
 static_assert(std::is_same<decltype(machine_of_two), const imsua::State_table<2>>::value);
@@ -78,6 +83,15 @@ TEST(TheTableDrivenAgents, TakeCheckedConstants)
     EXPECT_EQ(by_state.handle_event(6, &calls), 1) << "a row of the initial state";
     EXPECT_EQ(by_state.handle_event(5, &calls), 1) << "a row of state 0";
     EXPECT_EQ(calls, 3);
+}
+
+TEST(TheTelephonyInterface, TakesACheckedConstant)
+{
+    unsigned char body = 0;
+    TAC_MSG_S message = {0, {}, 0, 7, 1, &body};
+    IMS_Tapi_ifc telephony(nullptr);
+    telephony.initialize_event_tbl<mapping>();
+    EXPECT_EQ(telephony.handle_tapi_event(&message), &body);
 }
 
 TEST(AStateGraph, IsDrawnOfTheTableItself)

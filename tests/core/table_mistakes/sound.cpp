@@ -1,7 +1,12 @@
 // The control: nothing here is a mistake, so it compiles without a word.
+#include "core/IMS_Tapi_ifc.h"
 #include "core/IMS_UA_With_Event_Tbl.h"
 #include "core/IMS_UA_With_State_Machine.h"
 #include "tests/core/table_mistakes/parts.h"
+
+// Names of a daemon's own that the headers use inside: -Wshadow stays quiet.
+extern int table, rows, count, row, list, lists, event, state, states, initial_state, mistake, found, reached,
+    waiting, last, earlier;
 
 constexpr auto machine = imsua::state_table(IDLE, any, idle, busy);
 static_assert(imsua::is_sound<machine>);
@@ -29,10 +34,6 @@ static_assert(imsua::is_sound<events>);
 constexpr TAPI_EVENT_ACTION_TABLE_T mapping[] = {{0, map}, {IMS_TABLE_END, map}, {TAPI_TABLE_END, nullptr}};
 static_assert(imsua::is_sound<mapping>);
 
-// Names of a daemon's own that the headers use inside: -Wshadow stays quiet.
-extern int table, rows, count, row, list, lists, event, state, states, initial_state, mistake, found, reached,
-    waiting, last, earlier;
-
 // Tables of a class and of a function.
 struct Daemon : IMS_UA_With_State_Machine {
     static std::uint32_t on_call(void*) { return 0; }
@@ -42,11 +43,12 @@ struct Daemon : IMS_UA_With_State_Machine {
     Daemon() { initialize_state_tbl<one_state>(); }
 };
 
-void start(IMS_UA_With_Event_Tbl& by_event, IMS_UA_With_State_Machine& by_state)
+void start(IMS_UA_With_Event_Tbl& by_event, IMS_UA_With_State_Machine& by_state, IMS_Tapi_ifc& telephony)
 {
     static constexpr IMS_STATE_TBL_T local[] = {{CALL, act, 0}, {IMS_TABLE_END, nullptr, 0}};
     static constexpr auto one_state = imsua::state_table(0, local);
     static_assert(imsua::is_sound<one_state>);
     by_state.initialize_state_tbl<one_state>();
     by_event.initialize_event_tbl<events>();
+    telephony.initialize_event_tbl<mapping>();
 }
