@@ -14,6 +14,7 @@
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
+#include <sys/wait.h>
 
 namespace {
 
@@ -399,32 +400,31 @@ TEST_F(ARunningAgentWithAFramework, TakesTelephonyAndFrameworkSideBySide)
     EXPECT_EQ(agent->seen, (std::vector<Seen>{seen_text("one"), seen_raw(2)}));
 }
 
-// Both ports of a framework daemon that goes away and comes back. Nothing needs to be answered.
+// Both ports of a framework daemon that goes away and comes back, in a process of its own. To each agent that
+// connects it says the next text, and leaves when it is told to. Nothing needs to be answered.
 class ComingFramework {
 public:
-    ComingFramework() : sync_(listen(sync_port)), async_(listen(async_port)) {}
+    explicit ComingFramework(std::initializer_list<const char*> texts)
+    {
+        const int sync = listen(sync_port);
+        const int async = listen(async_port);
+        int ends[2] = {-1, -1};
+        if (::pipe(ends) != 0) return;
+        child_ = ::fork();
+        if (child_ == 0) serve(sync, async, ends[0], texts);
+        for (const int fd : {sync, async, ends[0]})
+            ::close(fd);
+        leave_ = ends[1];
+    }
     ~ComingFramework()
     {
-        leave();
-        ::close(sync_);
-        ::close(async_);
+        ::kill(child_, SIGKILL);
+        ::waitpid(child_, nullptr, 0);
+        ::close(leave_);
     }
     ComingFramework(const ComingFramework&) = delete;
     ComingFramework& operator=(const ComingFramework&) = delete;
-    bool take_agent()
-    {
-        sync_end_ = ::accept(sync_, nullptr, nullptr);
-        async_end_ = ::accept(async_, nullptr, nullptr);
-        return sync_end_ >= 0 && async_end_ >= 0;
-    }
-    void say(const std::string& text) const { ::send(async_end_, text.data(), text.size(), MSG_NOSIGNAL); }
-    void leave()
-    {
-        for (int* const fd : {&sync_end_, &async_end_}) {
-            if (*fd >= 0) ::close(*fd);
-            *fd = -1;
-        }
-    }
+    bool leave() const { return ::write(leave_, "", 1) == 1; }
     std::string sync_port;
     std::string async_port;
 
@@ -436,34 +436,40 @@ private:
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof address;
-        ::bind(fd, reinterpret_cast<sockaddr*>(&address), size);
-        ::listen(fd, 4);
+        const bool listens =
+            ::bind(fd, reinterpret_cast<sockaddr*>(&address), size) == 0 && ::listen(fd, 4) == 0;
         ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &size);
-        port = std::to_string(ntohs(address.sin_port));
+        port = listens ? std::to_string(ntohs(address.sin_port)) : "0";
         return fd;
     }
-    int sync_;
-    int async_;
-    int sync_end_ = -1;
-    int async_end_ = -1;
+    [[noreturn]] static void serve(int sync, int async, int told, std::initializer_list<const char*> texts)
+    {
+        for (const char* const text : texts) {
+            const int ends[] = {::accept(sync, nullptr, nullptr), ::accept(async, nullptr, nullptr)};
+            char byte = 0;
+            if (::send(ends[1], text, std::strlen(text), MSG_NOSIGNAL) < 0 || ::read(told, &byte, 1) != 1)
+                break;
+            for (const int fd : ends)
+                ::close(fd);
+        }
+        ::_exit(0);
+    }
+    pid_t child_ = -1;
+    int leave_ = -1;
 };
 
 TEST_F(ARunningAgent, HearsTheFrameworkAgainAfterItCameBack)
 {
-    ComingFramework framework;
+    ComingFramework framework({"first", "second", "third", "last"});
     IMS_User_Agent::__ua_arg_fwksyncport = &framework.sync_port[0];
     IMS_User_Agent::__ua_arg_fwkasyncport = &framework.async_port[0];
     ASSERT_EQ(IMS_User_Agent::open_framework_sockets(), 1);
-    ASSERT_TRUE(framework.take_agent());
     ASSERT_TRUE(start());
     for (const char* const text : {"first", "second", "third"}) {
-        framework.say(text);
         ASSERT_TRUE(agent->turns(1)) << text;
         EXPECT_EQ(agent->seen.back(), seen_text(text));
-        framework.leave();
-        ASSERT_TRUE(framework.take_agent()) << "it connects by itself";
+        ASSERT_TRUE(framework.leave()) << "the agent connects again by itself";
     }
-    framework.say("last");
     ASSERT_TRUE(agent->turns(1));
     EXPECT_EQ(agent->seen.back(), seen_text("last"));
     EXPECT_EQ(IMS_User_Agent::close_framework_sockets(), 1);

@@ -5,6 +5,7 @@
 #include "include/tapi_wire.h"
 #include "tests/core/test_agent.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <cstring>
@@ -93,7 +94,11 @@ bool soon(Happened happened, std::chrono::seconds patience = std::chrono::second
 class TelephonyAgent : public TestAgent {
 public:
     // Whoever queued an element owns it until it was dispatched: nothing may stay behind.
-    ~TelephonyAgent() override { drain(); }
+    ~TelephonyAgent() override
+    {
+        stop_thread();
+        drain();
+    }
 
     unsigned short handle_event(unsigned int id, void* data) override
     {
@@ -121,6 +126,14 @@ public:
         const bool any = !queue_.isEmpty();
         mutex_.unlock();
         return any;
+    }
+
+    // Its external-interface thread queues nothing any more.
+    void stop_thread()
+    {
+        ext_thread_->cancel_thread();
+        if (ext_thread_->is_running()) __ua_sock._wake();
+        ext_thread_->wait_until_ended();
     }
 
     std::vector<Seen> seen;
@@ -151,8 +164,9 @@ inline IMS_MAPPED_MSG_S* new_record(std::uint32_t number, const std::string& bod
     record->msg_number = number;
     record->body_len = static_cast<std::uint16_t>(body.size());
     if (body.empty()) return record;
-    record->body = std::malloc(body.size());
-    std::memcpy(record->body, body.data(), body.size());
+    auto* const copy = static_cast<char*>(std::malloc(body.size()));
+    std::copy(body.begin(), body.end(), copy);
+    record->body = copy;
     return record;
 }
 

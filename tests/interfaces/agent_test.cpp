@@ -1,4 +1,5 @@
 // The agent and its parts, as a daemon that derives from it sees them.
+#include "core/IMS_Tapi_ifc.h"
 #include "core/IMS_UA_SipClientConnListener.h"
 #include "core/IMS_UA_SipDialogListener.h"
 #include "core/IMS_UA_SipServerConnListener.h"
@@ -79,6 +80,20 @@ TEST(TheAgent, OffersTheQueue)
     offers<unsigned int (Agent::*)(void*)>(&Agent::get_event_id_from_message);
 }
 
+TEST(TheAgent, OffersTheExternalInterfaceAndTelephony)
+{
+    offers<int (Agent::*)()>(&Agent::create_all_external_descriptors);
+    offers<int (Agent::*)()>(&Agent::create_external_interface_thread);
+    offers<void* (*)(void*)>(&Agent::wrap_ext_thread);
+    offers<void (Agent::*)()>(&Agent::wait_for_ext_message);
+    offers<void (Agent::*)(int)>(&Agent::accept_incoming_connection);
+    offers<void (Agent::*)(int&, unsigned char*, int&)>(&Agent::handle_fwk_message);
+    offers<void (*)(const char*, std::vector<Text>&)>(&Agent::parse_prov_msg);
+    offers<void (Agent::*)(unsigned short, unsigned int, unsigned char*)>(&Agent::send_tapi_async_message);
+    offers<void (Agent::*)(TAC_MSG_S*, void*, unsigned short)>(&Agent::send_tapi_sync_resp_message);
+    offers<void (Agent::*)(TAC_MSG_S*)>(&Agent::send_tapi_socket_init_resp);
+}
+
 TEST(TheAgent, OffersItsAddresses)
 {
     offers<void (Agent::*)(int)>(&Agent::fill_myuri);
@@ -109,6 +124,39 @@ TEST(TheAgent, TakesPathsInEveryForm)
     EXPECT_EQ(Agent::set_xml_parameter(nullptr, value, "config"), 0);
     EXPECT_EQ(Agent::set_xml_parameter(text, text, text), 0);
     EXPECT_EQ(value, "unchanged");
+}
+
+// ---- the telephony interface ----
+
+static_assert(std::is_polymorphic<IMS_Tapi_ifc>::value && std::has_virtual_destructor<IMS_Tapi_ifc>::value,
+              "");
+static_assert(!std::is_copy_constructible<IMS_Tapi_ifc>::value, "");
+static_assert(!std::is_convertible<IMS_User_Agent*, IMS_Tapi_ifc*>::value, "its constructor is explicit");
+
+class DerivedIfc : public IMS_Tapi_ifc {
+public:
+    using IMS_Tapi_ifc::IMS_Tapi_ifc;
+    int create_listener() override { return 3; }
+    static_assert(same<decltype(tapi_map_ptr), const TAPI_EVENT_ACTION_TABLE_T*>, "");
+};
+
+TEST(TheTelephonyInterface, OffersItsOperations)
+{
+    using Ifc = IMS_Tapi_ifc;
+    offers<int (Ifc::*)()>(&Ifc::create_listener);
+    offers<void (Ifc::*)(const TAPI_EVENT_ACTION_TABLE_T*)>(&Ifc::initialize_event_tbl);
+    offers<void (Ifc::*)(unsigned char*, int)>(&Ifc::handle_tapi_message);
+    offers<void* (Ifc::*)(TAC_MSG_S*)>(&Ifc::handle_tapi_event);
+}
+
+TEST(TheTelephonyInterface, IsDerivedFromByADaemon)
+{
+    DerivedIfc derived(nullptr);
+    IMS_Tapi_ifc& base = derived;
+    EXPECT_EQ(base.create_listener(), 3);
+    EXPECT_EQ(base.IMS_Tapi_ifc::create_listener(), 0);
+    unsigned char byte = 0;
+    base.handle_tapi_message(&byte, 1);
 }
 
 // ---- deriving ----
