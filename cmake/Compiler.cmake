@@ -7,6 +7,10 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 set(THREADS_PREFER_PTHREAD_FLAG ON)
+# What a library calls of its own it calls directly: nobody replaces single functions of ours at run time.
+if(CMAKE_CXX_COMPILER_ID STREQUAL GNU)
+  add_compile_options(-fno-semantic-interposition)
+endif()
 # On 32-bit targets too, files and directories are of any size: without it readdir, stat and glob fail with
 # EOVERFLOW on a file system whose numbers are wider.
 add_compile_definitions(_FILE_OFFSET_BITS=64)

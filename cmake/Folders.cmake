@@ -15,7 +15,7 @@ file(RELATIVE_PATH IMSUA_LIB_FROM_BIN ${CMAKE_INSTALL_FULL_SBINDIR} ${CMAKE_INST
 set(CMAKE_INSTALL_RPATH "$ORIGIN;$ORIGIN/${IMSUA_LIB_FROM_BIN}")
 
 # A sanitizer's runtime is in the program, not in the libraries: there only its symbols stay open.
-set(IMSUA_SHARED_LINK -Wl,--as-needed)
+set(IMSUA_SHARED_LINK -Wl,--as-needed -Wl,-Bsymbolic-functions)
 if(NOT IMSUA_SANITIZE)
   list(APPEND IMSUA_SHARED_LINK -Wl,--no-undefined)
 endif()

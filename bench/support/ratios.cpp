@@ -72,10 +72,11 @@ int run_with_ratios(int argc, char** argv, const std::vector<Ratio>& ratios)
         else
             arguments.push_back(argv[i]);
     }
-    char repetitions[] = "--benchmark_repetitions=7";
+    char repetitions[] = "--benchmark_repetitions=25"; // many and short: what disturbs one, disturbs few
+    char shortest[] = "--benchmark_min_time=0.1";
     char interleaved[] = "--benchmark_enable_random_interleaving=true";
     arguments.insert(arguments.begin() + 1,
-                     {repetitions, interleaved}); // the caller's own come later and win
+                     {repetitions, shortest, interleaved}); // the caller's own come later and win
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
 

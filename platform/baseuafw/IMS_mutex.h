@@ -20,16 +20,16 @@ public:
     IMS_mutex& operator=(const IMS_mutex&) = delete;
 
     // Blocks until the lock is the caller's. Not recursive: locking twice on one thread hangs it.
-    void lock();
+    void lock() { ::pthread_mutex_lock(&m_); }
     // Gives the lock back; the caller holds it.
-    void unlock();
+    void unlock() { ::pthread_mutex_unlock(&m_); }
     // Gives the lock back, waits for signal(), takes the lock again. The caller holds the lock. May return
     // without a signal, so the caller tests again what it waits for. A cancellation point; a cancelled
     // thread holds the lock again while its clean-up handlers run.
-    void wait();
+    void wait() { ::pthread_cond_wait(&c_, &m_); }
     // Wakes at least one waiter, if there is one; nothing is remembered when there is none. The caller
     // holds the lock.
-    void signal();
+    void signal() { ::pthread_cond_signal(&c_); }
 
 private:
     pthread_mutex_t m_;
