@@ -12,6 +12,7 @@
 #include "bench/support/responder.h"
 #include "siplib/SIPLIB.h"
 #include "subscriptions/IMS_subscription_table.h"
+#include "tests/support/sample_documents.h"
 #include "xml/DALinkEvXmlData.h"
 
 #include <benchmark/benchmark.h>
@@ -91,28 +92,13 @@ private:
     int wanted_ = 0, done_ = 0, good_ = 0;
 };
 
-void fill(DALinkEvXmlData& document)
-{
-    document.name = "internet";
-    document.profile_id = 7;
-    document.link_reference = 3;
-    document.access_network = "IEEE";
-    document.ieee.access_type = "IEEE-802.11";
-    document.ieee.ap = "02:00:00:00:00:01";
-    document.device.name = "wlan0";
-    document.device.ue_mac = "02:00:00:00:00:02";
-    document.device.ip_address = "192.0.2.17";
-    document.device.status = "up";
-    document.device.cause = "none";
-}
-
 // A document whose text was made once.
 class PreparedDocument : public XmlData {
 public:
     PreparedDocument()
     {
         DALinkEvXmlData document;
-        fill(document);
+        samples::fill(document);
         document.encodeXml();
         text.assign(document.buffer, static_cast<std::size_t>(document.buffer_length));
         buffer = text.data();
@@ -198,7 +184,7 @@ void prepared(benchmark::State& state, bool tcp)
 void encoded(benchmark::State& state, bool tcp)
 {
     DALinkEvXmlData document;
-    fill(document);
+    samples::fill(document);
     run_ours(state, document, tcp);
 }
 

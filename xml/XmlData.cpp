@@ -7,6 +7,7 @@
 #include <libxml/parser.h>
 #include <libxml/xpath.h>
 
+#include <cstring>
 #include <new>
 
 using imsua::shown;
@@ -14,6 +15,11 @@ using imsua::shown;
 namespace {
 
 enum : int { OLDEST_LIBXML2 = 20616 }; // 2.6.16
+
+const char* plain(const xmlChar* text)
+{
+    return reinterpret_cast<const char*>(text);
+}
 
 // The nodes that `xpath` finds in `doc`, or null with a line that says why. Free with xmlXPathFreeObject.
 xmlXPathObjectPtr evaluate(xmlDocPtr doc, const char* xpath)
@@ -53,7 +59,7 @@ bool first_text(xmlDocPtr doc, const char* xpath, xmlNodeSetPtr nodes, std::stri
         IMS_log::loginfo(4, "get_value", "val_cstr is NULL for %s", xpath);
         return false;
     }
-    out = reinterpret_cast<const char*>(text);
+    out = plain(text);
     IMS_utility::skipspaces(out);
     IMS_log::loginfo(5, "get_value", "expr=%s value =%s", xpath, out.c_str());
     xmlFree(text);
@@ -116,7 +122,7 @@ int XmlData::publish(xmlDocPtr doc)
 // somebody may still point at must not vanish.
 int XmlData::keep(xmlChar* text, int length)
 {
-    if (encoded_buffer && xmlStrEqual(encoded_buffer, text)) {
+    if (encoded_buffer && std::strcmp(plain(encoded_buffer), plain(text)) == 0) {
         xmlFree(text);
     } else {
         if (encoded_buffer) {

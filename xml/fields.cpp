@@ -34,15 +34,15 @@ xmlDocPtr build(const char* root, const Element* rows, std::size_t count)
     xmlDocPtr doc = xmlNewDoc(chars("1.0"));
     path[0] = doc ? xmlNewNode(nullptr, chars(root)) : nullptr;
     if (path[0]) xmlDocSetRootElement(doc, path[0]);
-    bool whole = path[0] && !XmlSection::ran_out_of_memory();
+    bool whole = path[0] != nullptr;
     for (std::size_t i = 0; whole && i < count; ++i) {
         if (rows[i].is_left_out()) continue;
         const int depth = rows[i].depth();
         whole = depth >= 1 && depth <= DEEPEST && path[depth - 1];
         if (whole) path[depth] = rows[i].add_to(path[depth - 1]);
-        whole = whole && path[depth] && !XmlSection::ran_out_of_memory();
+        whole = whole && path[depth];
     }
-    if (whole) return doc;
+    if (whole && !XmlSection::ran_out_of_memory()) return doc;
     xmlFreeDoc(doc);
     return nullptr;
 }

@@ -10,7 +10,8 @@ std::string proxies_to_text(const std::vector<IMS_DA_PROXY_INFO>& proxies, char 
     std::string text;
     for (const IMS_DA_PROXY_INFO& proxy : proxies) {
         if (!text.empty()) text += separator;
-        text += proxy.address + ":" + proxy.kind + ":" + IMS_utility::itostring(proxy.port);
+        text.append(proxy.address).append(":").append(proxy.kind).append(":");
+        text += IMS_utility::itostring(proxy.port);
     }
     return text;
 }
