@@ -152,10 +152,25 @@ void ClientSide::finish(siplib_outgoing& slot)
     if (transaction) nta_outgoing_destroy(transaction);
 }
 
+// RFC 3261 section 18.3: as if the answer had not come. The stack has ended the transaction with it, so that
+// the time-out has to be ours.
+void ClientSide::discard_answer(siplib_outgoing& slot)
+{
+    Window& window = *slot.window;
+    unanswered_.push_back(std::move(slot.order));
+    ++busy_;
+    finish(slot);
+    pump(window);
+}
+
 void ClientSide::on_response(siplib_outgoing& slot, const sip_t* sip)
 {
     if (!slot.busy || !sip || !sip->sip_status) return;
     const int status = sip->sip_status->st_status;
+    if (is_cut_short(sip)) {
+        if (status >= 200) discard_answer(slot);
+        return;
+    }
     if (status < 200) {
         events_.response(slot.order, status, raw_message(sip));
         return;
@@ -177,21 +192,28 @@ void ClientSide::on_response(siplib_outgoing& slot, const sip_t* sip)
     events_.done_with(order.text);
 }
 
+// Takes the orders whose time is over from the front of `orders`, in which they stand by age.
+void ClientSide::take_late(std::deque<RequestOrder>& orders, Time now, std::vector<RequestOrder>& late)
+{
+    while (!orders.empty() && orders.front().born + patience_ <= now) {
+        late.push_back(std::move(orders.front()));
+        orders.pop_front();
+        --busy_;
+    }
+}
+
 void ClientSide::tick(Time now)
 {
+    std::vector<RequestOrder> late;
+    take_late(unanswered_, now, late);
     if (parked_ > 0) {
-        std::vector<RequestOrder> late;
-        for (auto& [route, window] : windows_) {
-            while (!window.parked.empty() && window.parked.front().born + patience_ <= now) {
-                late.push_back(std::move(window.parked.front()));
-                window.parked.pop_front();
-                --parked_;
-                --busy_;
-            }
-        }
-        for (const RequestOrder& order : late)
-            answer(order, 408);
+        const std::size_t others = late.size();
+        for (auto& [route, window] : windows_)
+            take_late(window.parked, now, late);
+        parked_ -= late.size() - others;
     }
+    for (const RequestOrder& order : late)
+        answer(order, 408);
     if (windows_.size() <= most_idle_windows) return;
     for (auto entry = windows_.begin(); entry != windows_.end();) {
         const bool idle = entry->second.under_way == 0 && entry->second.parked.empty();
@@ -220,6 +242,7 @@ void ClientSide::drop_all()
     slots_.clear();
     free_.clear();
     windows_.clear();
+    unanswered_.clear();
     busy_ = parked_ = 0;
 }
 

@@ -80,6 +80,8 @@ private:
     void start(RequestOrder order, Window& window);
     void finish(siplib_outgoing& slot);
     void answer(const RequestOrder& order, int status);
+    void discard_answer(siplib_outgoing& slot);
+    void take_late(std::deque<RequestOrder>& orders, Time now, std::vector<RequestOrder>& late);
     bool send_again(siplib_outgoing& slot, int status);
     void count_connection(const siplib_outgoing& slot);
 
@@ -90,8 +92,9 @@ private:
     std::deque<siplib_outgoing> slots_;
     std::vector<siplib_outgoing*> free_;
     std::map<std::string, Window, std::less<>> windows_; // by route; its nodes do not move
+    std::deque<RequestOrder> unanswered_; // what came for them was discarded; they wait for their time-out
     RawMessage scratch_;
-    std::size_t busy_ = 0;   // transactions and parked orders
+    std::size_t busy_ = 0;   // transactions, parked and unanswered orders
     std::size_t parked_ = 0; // of these, parked
 };
 

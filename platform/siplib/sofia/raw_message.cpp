@@ -50,6 +50,15 @@ void read_raw_message(const sip_t* sip, RawMessage& raw)
     if (!body_found) raw.body_at = raw.text.size();
 }
 
+bool is_cut_short(const sip_t* sip)
+{
+    if (!sip->sip_content_length) return false;
+    std::size_t held = 0;
+    for (const sip_payload_t* part = sip->sip_payload; part; part = part->pl_next)
+        held += part->pl_common->h_len;
+    return held < sip->sip_content_length->l_length;
+}
+
 msg_t* message_of(std::string_view text)
 {
     // Headers that keep their text are not written anew when they go out. But then a message goes out in

@@ -15,6 +15,9 @@ namespace siplib::sofia {
 RawMessage raw_message(const sip_t* sip);
 void read_raw_message(const sip_t* sip, RawMessage& raw); // into memory that may be there already
 
+// Whether the datagram, or the connection, ended before the body did (RFC 3261 section 18.3).
+bool is_cut_short(const sip_t* sip);
+
 // null when the stack's parser does not accept the text as a SIP message. The caller owns the result.
 msg_t* message_of(std::string_view text);
 

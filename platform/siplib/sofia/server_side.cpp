@@ -124,6 +124,10 @@ void ServerSide::on_request(siplib_port& port, msg_t* msg, sip_t* sip)
         refuse(port, msg, 513);
         return;
     }
+    if (is_cut_short(sip)) {
+        refuse(port, msg, 400);
+        return;
+    }
     const std::string key = key_of(sip);
     if (is_retransmission(key)) {
         msg_destroy(msg);

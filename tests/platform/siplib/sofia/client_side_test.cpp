@@ -67,6 +67,26 @@ TEST_F(ClientTransactions, FindTheirAnswersInOneSegmentAndInPieces)
     EXPECT_EQ(ears.next_status(), 200);
 }
 
+// RFC 3261 section 18.3: such an answer is discarded, so that the request runs into its time-out.
+TEST_F(ClientTransactions, DoNotTakeAnAnswerWhoseBodyEndsTooEarly)
+{
+    start();
+    for (const int status : {183, 200}) {
+        RawSocket peer = RawSocket::bound(SOCK_DGRAM);
+        ASSERT_EQ(request("MESSAGE", peer.port(), "udp", &ears)->send(), SIPLIB_OK);
+        const std::string sent = peer.receive();
+        std::string answer = raw_response(sent, status);
+        answer.replace(answer.find("Content-Length: 0"), 17, "Content-Length: 5");
+        peer.send_to(peer.last_from(), answer + "four");
+        SIPLIB_SIPClientConnection* conn = ears.next();
+        int code = 0;
+        ASSERT_TRUE(conn);
+        ASSERT_EQ(conn->receive(), SIPLIB_OK);
+        ASSERT_EQ(conn->getResponseCode(code), SIPLIB_OK);
+        EXPECT_EQ(code, 408) << status;
+    }
+}
+
 TEST_F(ClientTransactions, IgnoreAnswersThatAreGarbage)
 {
     start();

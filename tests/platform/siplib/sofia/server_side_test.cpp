@@ -33,6 +33,23 @@ TEST_F(ServerTransactions, Answer400ToBrokenRequests)
     EXPECT_EQ(ears.count(), 0u);
 }
 
+// RFC 3261 section 18.3.
+TEST_F(ServerTransactions, Answer400ToABodyThatEndsTooEarly)
+{
+    std::string text = raw_request("MESSAGE", peer.port(), "1");
+    text.replace(text.find("Content-Length: 0"), 17, "Content-Length: 5");
+    EXPECT_EQ(raw_status(asked(text)), 400);
+    EXPECT_EQ(raw_status(asked(text + "four")), 400);
+    EXPECT_EQ(ears.count(), 0u);
+    peer.send_to(port, text + "five!and what is too much");
+    SIPLIB_SIPConnection* conn = ears.next();
+    ASSERT_TRUE(conn);
+    char body[64] = "";
+    int size = sizeof body;
+    EXPECT_EQ(conn->getBody(body, size), SIPLIB_OK);
+    EXPECT_EQ(std::string(body, static_cast<std::size_t>(size)), "five!");
+}
+
 TEST_F(ServerTransactions, Answer505ToAnotherVersion)
 {
     std::string text = raw_request("MESSAGE", peer.port(), "1");
