@@ -1,5 +1,6 @@
 // A sweep of NOTIFYs to N subscribers: notifyAll of the subscription table, beside NTA alone sending the same
-// bytes, beside a raw echo of equal-sized datagrams or frames.
+// bytes, beside NTA on a thread of its own that gets the whole sweep at once, beside a raw echo of
+// equal-sized datagrams or frames.
 //
 // Three forms of ours: "prepared" hands notifyAll a document that is already text, so that both sides send
 // the same bytes and nothing else; "document" encodes the link-event document for every subscriber, as a
@@ -164,6 +165,17 @@ void run_bare(benchmark::State& state, bool tcp)
             state.SkipWithError("a NOTIFY was not answered with 200");
 }
 
+void run_handed(benchmark::State& state, bool tcp)
+{
+    const int count = static_cast<int>(state.range(0));
+    static bench::HandedNta nta;
+    const auto requests = prepared_requests(count, tcp);
+    const Meter meter(state, count);
+    for (auto _ : state)
+        if (nta.send_all(requests, WINDOW) != count)
+            state.SkipWithError("a NOTIFY was not answered with 200");
+}
+
 void run_echo(benchmark::State& state, bool tcp)
 {
     const int count = static_cast<int>(state.range(0));
@@ -198,10 +210,13 @@ void declare(const char* transport, bool tcp, std::vector<bench::Ratio>& ratios)
     add("prepared", &prepared);
     add("document", &encoded);
     add("bare-nta", &run_bare);
+    add("handed-nta", &run_handed);
     add("raw-echo", &run_echo);
     for (const char* count : {"/1", "/100", "/10000"}) {
         ratios.push_back({prefix + " notifyAll" + count + " to NTA", prefix + "/prepared" + count,
                           prefix + "/bare-nta" + count, 0.9});
+        ratios.push_back({prefix + " notifyAll" + count + " to NTA on its own thread",
+                          prefix + "/prepared" + count, prefix + "/handed-nta" + count, 0});
         ratios.push_back({prefix + " notifyAll" + count + " with document to NTA",
                           prefix + "/document" + count, prefix + "/bare-nta" + count, 0.9});
         ratios.push_back({prefix + " notifyAll" + count + " to raw echo", prefix + "/prepared" + count,

@@ -25,8 +25,8 @@ constexpr int BURST = 5000;   // messages a producer thread sends
 constexpr int UNDER_WAY = 40; // below the queue's bound, so that nothing is dropped
 constexpr std::size_t PAYLOAD = 32;
 
-// What a handler does in either: it sees the payload and counts. On a cache line of its own, since the producer
-// looks at it all the time: beside a lock it would slow that down.
+// What a handler does in either: it sees the payload and counts. On a cache line of its own, since the
+// producer looks at it all the time: beside a lock it would slow that down.
 struct alignas(64) Counter {
     std::atomic<int> handled{0};
     void handle(const void* data)

@@ -15,6 +15,8 @@ struct nta_outgoing_magic_s;
 #include <sofia-sip/su_log.h>
 #include <sofia-sip/su_wait.h>
 #include <sofia-sip/tport_tag.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
 
 namespace bench {
 
@@ -95,6 +97,62 @@ int BareNta::send_all(const std::vector<std::string>& requests, int window)
     while (impl_->done < requests.size())
         su_root_step(impl_->root, 1000);
     return impl_->good;
+}
+
+HandedNta::HandedNta() : wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)), thread_([this] { serve(); }) {}
+
+HandedNta::~HandedNta()
+{
+    {
+        std::lock_guard<std::mutex> guard(mutex_);
+        ending_ = true;
+    }
+    ::eventfd_write(wake_, 1);
+    thread_.join();
+    ::close(wake_);
+}
+
+int HandedNta::send_all(const std::vector<std::string>& requests, int window)
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    requests_ = &requests;
+    window_ = window;
+    ::eventfd_write(wake_, 1);
+    done_.wait(lock, [this] { return requests_ == nullptr; });
+    return good_;
+}
+
+void HandedNta::serve()
+{
+    BareNta nta;
+    nta_ = &nta;
+    su_root_t* const root = nta.impl_->root;
+    su_wait_t wait = {};
+    su_wait_create(&wait, wake_, SU_WAIT_IN);
+    const auto woken = [](su_root_magic_t*, su_wait_t* on, su_wakeup_arg_t*) {
+        eventfd_t count = 0;
+        return ::eventfd_read(on->fd, &count);
+    };
+    const int index = su_root_register(root, &wait, woken, nullptr, 0);
+    for (;;) {
+        su_root_step(root, 1000);
+        {
+            std::lock_guard<std::mutex> guard(mutex_);
+            if (ending_) break;
+            if (!requests_) continue;
+        }
+        work();
+    }
+    su_root_deregister(root, index);
+}
+
+void HandedNta::work()
+{
+    const int good = nta_->send_all(*requests_, window_);
+    std::lock_guard<std::mutex> guard(mutex_);
+    good_ = good;
+    requests_ = nullptr;
+    done_.notify_one();
 }
 
 } // namespace bench
