@@ -3,12 +3,11 @@
 # fail, every wanted text must stand in what the compiler says, and nothing else may be wrong. Messages
 # (the wanted texts with a colon) must also stand in the manual.
 #
-#   check.sh COMPILER SOURCE MANUAL INCLUDE_FOLDER...
+#   check.sh COMPILER SOURCE MANUAL FLAG...
 set -uo pipefail
 compiler=$1 source=$2 manual=$3
 shift 3
-flags=(-std=c++17 -fsyntax-only -fno-diagnostics-color -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror)
-for folder in "$@"; do flags+=("-I$folder"); done
+flags=(-std=c++17 -fsyntax-only -fno-diagnostics-color -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Werror "$@")
 said=$("$compiler" "${flags[@]}" "$source" 2>&1)
 status=$?
 fail() { printf '%s\n%s\n' "$source: $1" "$said"; exit 1; }

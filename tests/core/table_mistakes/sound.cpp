@@ -28,10 +28,13 @@ constexpr auto by_state_0 = imsua::state_table(IDLE, leads, stays, busy);
 static_assert(imsua::is_sound<by_state_0>);
 
 // Another state may have a row for the same event; rows without a handler are no mistake.
-constexpr IMS_EVENT_TABLE_T events[] = {
-    {0, act}, {CALL, nullptr}, {TAPI_TABLE_END, act}, {IMS_TABLE_END, nullptr}};
+constexpr IMS_EVENT_TABLE_T events[] = {{0, act},
+                                        {CALL, nullptr},
+                                        {TAPI_TABLE_END, [](void*) -> std::uint32_t { return 0; }},
+                                        {IMS_TABLE_END, nullptr}};
 static_assert(imsua::is_sound<events>);
-constexpr TAPI_EVENT_ACTION_TABLE_T mapping[] = {{0, map}, {IMS_TABLE_END, map}, {TAPI_TABLE_END, nullptr}};
+constexpr TAPI_EVENT_ACTION_TABLE_T mapping[] = {
+    {0, map}, {IMS_TABLE_END, [](TAC_MSG_S*) -> void* { return nullptr; }}, {TAPI_TABLE_END, nullptr}};
 static_assert(imsua::is_sound<mapping>);
 
 // Tables of a class and of a function.
