@@ -20,6 +20,7 @@ MAY_USE = {
     "core": {"baseuafw", "siplib", "subscriptions"},
     "registrar": {"messages", "xml", "core", "subscriptions", "baseuafw", "siplib"},
     "daemons": {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib"},
+    "examples": {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib"},
     "tools": {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib", "daemons"},
 }
 # foreign header prefix -> where it may stand
@@ -72,7 +73,7 @@ def check_includes(path, lines):
         own = folder.split("/")[-1]
         if top in ("include", own) or path.startswith(top + "/"):
             continue
-        ours = {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib", "daemons", "tools", "tests"}
+        ours = {"core", "messages", "xml", "subscriptions", "registrar", "baseuafw", "siplib", "daemons", "tools", "examples", "tests"}
         if top in ours and top not in MAY_USE[folder]:
             breaches.append(f"{path}:{number}: {folder}/ may not use {target}")
         if folder == "tools" and top == "daemons" and not target.startswith(TOOLS_FROM_DAEMONS):

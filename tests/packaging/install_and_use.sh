@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Installs the build into an empty folder and builds and runs an outside program against it, once through the
-# CMake package and once through pkg-config.
+# Installs the build into an empty folder and builds and runs outside programs against it: a small one, once through
+# the CMake package and once through pkg-config, and the example agent.
 #
 #   install_and_use.sh BUILD_DIR SOURCE_DIR
 set -euo pipefail
@@ -15,6 +15,13 @@ cmake -G Ninja -S "$source/tests/packaging/consumer" -B "$work/consumer" -DCMAKE
 cmake --build "$work/consumer" > "$work/build.log" || { cat "$work/build.log"; exit 1; }
 "$work/consumer/consumer"
 "$work/consumer/consumer_graph" | grep -q "s0 -> s1 .*START"
+
+# The example agent is what newcomers copy: it must build by itself.
+cmake -G Ninja -S "$source/examples/telephony_agent" -B "$work/example" -DCMAKE_PREFIX_PATH="$work/root" \
+    > "$work/configure.log" || { cat "$work/configure.log"; exit 1; }
+cmake --build "$work/example" > "$work/build.log" || { cat "$work/build.log"; exit 1; }
+"$work/example/telephony_agent" -stategraph | grep -q "s1 -> s2 .*REGISTER"
+"$work/example/telephony_agent" -help 2>&1 | grep -q tacsock
 
 sed -i "s|^prefix=.*|prefix=$work/root|" "$libdir/pkgconfig/imsua.pc"
 export PKG_CONFIG_PATH="$libdir/pkgconfig"

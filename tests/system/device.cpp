@@ -1,6 +1,5 @@
 #include "tests/system/device.h"
 
-#include <csignal>
 #include <sstream>
 #include <sys/stat.h>
 
@@ -14,18 +13,6 @@ std::string path_of(const std::string& program)
 }
 
 } // namespace
-
-void Ending::operator()(Process* process) const
-{
-    if (process->running()) {
-        process->signal(SIGCONT);
-        process->signal(SIGTERM);
-        process->wait(std::chrono::seconds(10));
-    }
-    EXPECT_EQ(process->log().find("Sanitizer"), std::string::npos) << process->log();
-    EXPECT_EQ(process->log().find("runtime error"), std::string::npos) << process->log();
-    delete process;
-}
 
 void ADevice::SetUp()
 {

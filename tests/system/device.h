@@ -4,19 +4,11 @@
 
 #include "tests/support/process.h"
 #include "tests/support/temp_dir.h"
+#include "tests/system/running.h"
 
 #include <gtest/gtest.h>
-#include <memory>
 #include <string>
 #include <vector>
-
-using Words = std::vector<std::string>;
-
-// Ends a program that still runs as a user would, and looks for what a sanitizer had to say.
-struct Ending {
-    void operator()(Process* process) const;
-};
-using Running = std::unique_ptr<Process, Ending>;
 
 class ADevice : public ::testing::Test {
 protected:

@@ -230,7 +230,7 @@ bool parse_record(std::istream& in, const std::string& name, bool check, Steps& 
         Happening happening;
         std::string wrong;
         if (!parse_json_line(line, happening, wrong)) {
-            why = place + ": " + wrong;
+            why.assign(place).append(": ").append(wrong);
             return false;
         }
         if (!is_replayed(happening, check)) continue;

@@ -241,7 +241,7 @@ bool parse_script(std::istream& in, const std::string& name, Steps& steps, std::
         const Parsed parsed = parse_step(line, step, wrong);
         const std::string place = place_of(name, number);
         if (parsed == Parsed::wrong) {
-            why = place + ": " + wrong;
+            why.assign(place).append(": ").append(wrong);
             return false;
         }
         if (parsed == Parsed::nothing) continue;

@@ -49,7 +49,7 @@ TEST(TheProgramImstac, DoesTheExampleOfItsManual)
     EXPECT_EQ(message.ref, 7u);
     EXPECT_EQ(message.body, "sip:alice@example.com");
     EXPECT_TRUE(agent.send(Channel::sync, packed(Message{0, 7, 0x1001, "ok"})));
-    EXPECT_TRUE(agent.send(Channel::async, packed(Message{1, 0, 0x2001, "registered"})));
+    EXPECT_TRUE(agent.send(Channel::async, packed(Message{1, 0, 0x2001, "registering"})));
     EXPECT_EQ(process.wait().status, 0) << process.output() << process.log();
     EXPECT_EQ(process.log(), "");
 }
