@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 namespace {
 
@@ -35,49 +36,83 @@ std::string registering_user(const std::string& address)
            IMS_address::get_element("host", "From", address);
 }
 
+void set_headers(SIPLIB_SIPClientConnection& connection, const std::string& from, const std::string& address,
+                 int expires, const std::string& authorization)
+{
+    connection.setHeader("From", from.c_str());
+    connection.setHeader("To", from.c_str());
+    connection.setHeader("Content-Type", body_type);
+    IMS_LocalRegistrar::set_ims_server_ip_address_and_port(&connection);
+    set_expires(connection, expires);
+    if (!authorization.empty()) connection.setHeader("Authorization", authorization.c_str());
+    connection.setHeader("Contact", address.c_str());
+}
+
+// The caller's description, as it was encoded.
+void send_description(SIPLIB_SIPClientConnection& connection, const RegUaXmlData& document,
+                      const std::string& profile_name)
+{
+    if (document.name != profile_name)
+        IMS_log::loginfo(4, "setup_message",
+                         "profile name %s passed in parameter does not match that in xml body",
+                         profile_name.c_str());
+    set_body(connection, document);
+}
+
+void send_own_description(SIPLIB_SIPClientConnection& connection, const std::string& profile_name)
+{
+    RegUaXmlData description;
+    IMS_LocalRegistrar::build_register_xml(&description, profile_name);
+    set_body(connection, description);
+}
+
+// What the operations do, up to the point where memory runs out.
+template <typename Work>
+void while_memory_lasts(const char* operation, Work work)
+{
+    try {
+        work();
+    } catch (const std::bad_alloc&) {
+        IMS_log::loginfo(3, operation, "out of memory");
+    }
+}
+
 } // namespace
 
 void IMS_LocalRegistrar::setup_message(SIPLIB_SIPClientConnection* connection, std::string address,
                                        std::string profile_name, int expires, std::string authorization,
                                        RegUaXmlData* document)
 {
-    const std::string from = registering_user(address);
-    IMS_log::loginfo(5, "setup_message", "From header: %s", from.c_str());
-    if (!connection) return;
-    connection->setHeader("From", from.c_str());
-    connection->setHeader("To", from.c_str());
-    connection->setHeader("Content-Type", body_type);
-    set_ims_server_ip_address_and_port(connection);
-    set_expires(*connection, expires);
-    if (!authorization.empty()) connection->setHeader("Authorization", authorization.c_str());
-    connection->setHeader("Contact", address.c_str());
-    if (!document) {
-        RegUaXmlData description;
-        build_register_xml(&description, profile_name);
-        set_body(*connection, description);
-        return;
-    }
-    if (document->name != profile_name)
-        IMS_log::loginfo(4, "setup_message",
-                         "profile name %s passed in parameter does not match that in xml body",
-                         profile_name.c_str());
-    set_body(*connection, *document);
+    while_memory_lasts("setup_message", [&] {
+        const std::string from = registering_user(address);
+        IMS_log::loginfo(5, "setup_message", "From header: %s", from.c_str());
+        if (!connection) return;
+        set_headers(*connection, from, address, expires, authorization);
+        if (document)
+            send_description(*connection, *document, profile_name);
+        else
+            send_own_description(*connection, profile_name);
+    });
 }
 
 void IMS_LocalRegistrar::build_register_xml(RegUaXmlData* document, std::string profile_name)
 {
     if (!document) return;
-    document->name = profile_name;
-    document->methods = methods;
-    document->content_type = body_type;
-    document->header_name = "User-agent";
-    document->header_value = form_user_agent_header();
-    document->encodeXml();
+    while_memory_lasts("build_register_xml", [&] {
+        document->name = profile_name;
+        document->methods = methods;
+        document->content_type = body_type;
+        document->header_name = "User-agent";
+        document->header_value = form_user_agent_header();
+        document->encodeXml();
+    });
 }
 
 std::string IMS_LocalRegistrar::form_user_agent_header()
 {
-    return imsua::user_agent_header(version_file);
+    std::string value;
+    while_memory_lasts("form_user_agent_header", [&] { value = imsua::user_agent_header(version_file); });
+    return value;
 }
 
 void IMS_LocalRegistrar::set_ims_server_ip_address_and_port(SIPLIB_SIPConnection* connection)

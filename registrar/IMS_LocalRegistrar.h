@@ -4,7 +4,8 @@
 //
 // Thread   the main thread, like all XML work and configuration reads.
 // Memory   no state. Connection and document are borrowed.
-// Errors   none is told: every operation completes with what it could get; what was missing is logged.
+// Errors   none is told: every operation completes with what it could get; what was missing is logged. When
+//          memory runs out, an operation ends where it is, with a level-3 line, and nothing throws.
 #ifndef IMS_LOCALREGISTRAR_H_INCLUDED
 #define IMS_LOCALREGISTRAR_H_INCLUDED
 

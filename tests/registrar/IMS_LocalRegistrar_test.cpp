@@ -3,6 +3,7 @@
 #include "core/IMS_User_Agent.h"
 #include "tests/core/class_wide.h"
 #include "tests/support/canned_address.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/log_records.h"
 #include "tests/support/recording_connection.h"
 #include "xml/RegUaXmlData.h"
@@ -267,6 +268,28 @@ TEST_F(ARegistration, HasNothingToDescribeWithoutADocument)
 {
     Registrar::build_register_xml(nullptr, "internet");
     EXPECT_THAT(log.all(), IsEmpty());
+}
+
+// ---- without memory
+
+// Whatever allocation fails, the operation returns, and says so if it did not get through.
+TEST_F(ARegistration, EndsWhereMemoryRunsOut)
+{
+    bool has_failed = true;
+    int ended_early = 0;
+    for (int nth = 1; has_failed; ++nth) {
+        ASSERT_LT(nth, 1000);
+        // Texts that need no memory of their own; the mock would allocate as well.
+        SIPLIB_SIPClientConnection silent;
+        IMS_log::set_level(3);
+        IMS_log::set_sink([](void* count, int, const char*, const char*) { ++*static_cast<int*>(count); },
+                          &ended_early);
+        const Failing failing(Call::operator_new, nth);
+        Registrar::setup_message(&silent, "<sip:a@h>", "internet", 60, "", nullptr);
+        has_failed = failing.has_happened();
+    }
+    IMS_log::set_level(5);
+    EXPECT_GT(ended_early, 5);
 }
 
 } // namespace
