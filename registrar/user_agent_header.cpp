@@ -41,7 +41,7 @@ std::string user_agent_header(const char* version_path)
 {
     const char* const function = "form_user_agent_header";
     const std::string mac = mac_of_the_device();
-    const std::string usual = value_of(default_version, mac);
+    std::string usual = value_of(default_version, mac);
     const File file(std::fopen(version_path, "r"));
     if (!file) {
         IMS_log::loginfo(5, function, "Failed to open %s, using default value %s", version_path,
@@ -54,7 +54,7 @@ std::string user_agent_header(const char* version_path)
                          version_path, usual.c_str());
         return usual;
     }
-    const std::string value = value_of(std::string(version, strnlen(version, sizeof version)), mac);
+    std::string value = value_of(std::string(version, strnlen(version, sizeof version)), mac);
     IMS_log::loginfo(5, function, "Read AP version from %s, user agent string is %s", version_path,
                      value.c_str());
     return value;
