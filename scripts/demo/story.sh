@@ -1,28 +1,40 @@
 #!/usr/bin/env bash
-# The demo's story: a device whose network link goes down and comes back, and two subscribers who hear of it.
+# The demo's story: a device whose network link goes down and comes back, and two subscribers who hear of it; then a
+# telephony controller that registers a line.
 #
-#   scripts/demo/story.sh BUILD_BIN_DIR [--keep]
+#   scripts/demo/story.sh BUILD_BIN_DIR [--keep] [--pictures DIR]
+#
+# --pictures leaves the message ladders and the agent's state machine in DIR, as SVG.
 #
 # Everything happens in a network namespace of its own and in a temporary folder; root or user namespaces are needed.
-# Exit status 0 only if every expected NOTIFY arrived with the right content.
+# Exit status 0 only if every expected NOTIFY and telephony message arrived with the right content.
 set -euo pipefail
 
 here=$(cd "$(dirname "$0")" && pwd)
-bin=$(cd "${1:?usage: story.sh BUILD_BIN_DIR [--keep]}" && pwd)
-keep=no
-[ "${2:-}" != --keep ] || keep=yes
+usage="usage: story.sh BUILD_BIN_DIR [--keep] [--pictures DIR]"
+bin=$(cd "${1:?$usage}" && pwd)
+arguments=("$@")
+keep=no pictures=""
+while [ $# -gt 1 ]; do
+    case $2 in
+    --keep) keep=yes ;;
+    --pictures) pictures=$(mkdir -p "${3:?$usage}" && cd "$3" && pwd); shift ;;
+    *) echo "$usage" >&2; exit 2 ;;
+    esac
+    shift
+done
 patience=${IMSUA_STORY_PATIENCE:-20} # seconds for each thing awaited
 
 if [ -z "${IMSUA_STORY_INSIDE:-}" ]; then
     export IMSUA_STORY_INSIDE=yes
-    if [ "$(id -u)" = 0 ]; then exec unshare --net -- "$0" "$@"; fi
-    exec unshare --user --map-root-user --net -- "$0" "$@"
+    if [ "$(id -u)" = 0 ]; then exec unshare --net -- "$0" "${arguments[@]}"; fi
+    exec unshare --user --map-root-user --net -- "$0" "${arguments[@]}"
 fi
 
 dir=$(mktemp -d "${TMPDIR:-/tmp}/imsua-story-XXXXXX")
 cd "$dir"
 # shellcheck disable=SC2034 # read through their names
-pids=() notifier="" framework="" # process ids; start() sets the variables named after the programs
+pids=() notifier="" framework="" agent="" controller="" # process ids; start() sets the variables named after the programs
 passed=no
 
 finish() {
@@ -56,11 +68,11 @@ start() { # name command...
     eval "$name=$!"
 }
 
-stop() { # name signal: must end with 0
+stop() { # name signal [status]: must end with it, 0 if not given
     local pid=${!1} status=0
     kill "-$2" "$pid"
     wait "$pid" || status=$?
-    [ $status = 0 ] || fail "$1 ended with $status"
+    [ $status = "${3:-0}" ] || fail "$1 ended with $status"
 }
 
 line_of() { # name pattern: the first line that a subscriber printed with it
@@ -116,6 +128,8 @@ say "the link comes back"
 ip link set dev0 up
 expect_both "$up" 1
 
+. "$here/telephony.sh"
+
 if [ $keep = yes ]; then
     trap - EXIT
     say "everything is left running, in $dir"
@@ -131,11 +145,22 @@ stop over_tcp INT
 for who in over_udp over_tcp; do
     line_of "$who" 'terminated \(timeout\)' > /dev/null || fail "$who got no final NOTIFY"
 done
+stop agent TERM $((128 + 15)) # an agent without an end of its own ends by the signal
+[ ! -e telephony_agent.sock ] || fail "the agent's socket is left"
 stop notifier TERM
 stop framework TERM
 [ -s imslinkevd.cap ] || fail "the capability file is gone"
 
 say "the messages"
-"$bin/imsladder" --width 120 notifier.sip over_udp.sip over_tcp.sip
+"$bin/imsladder" --width 120 --svg ladder.svg notifier.sip over_udp.sip over_tcp.sip
+"$bin/imsladder" --width 120 --svg telephony-ladder.svg agent.sip
+"$bin/telephony_agent" -stategraph | dot -Tsvg -o telephony-agent.svg
+for picture in ladder telephony-ladder telephony-agent; do
+    grep -q '</svg>' $picture.svg || fail "$picture.svg is no picture"
+done
+if [ -n "$pictures" ]; then
+    cp ./*.svg "$pictures"
+    say "pictures: $pictures/ladder.svg and telephony-ladder.svg, what went over SIP; telephony-agent.svg, the agent's states"
+fi
 passed=yes
-say "every expected NOTIFY arrived"
+say "everything expected arrived"
