@@ -2,6 +2,7 @@
 
 #include "tools/imstac/print.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -60,13 +61,17 @@ int Session::run()
 
 int Session::converse()
 {
+    Time patience = Time::max(); // for an agent that does not take what it was sent
     for (;;) {
         const Conversation::State state = conversation_.advance(Clock::now());
         std::fflush(out_);
         if (state == Conversation::State::failed) return fail(INCOMPLETE, conversation_.why());
         if (state == Conversation::State::gone) return fail(AGENT_GONE, conversation_.why());
-        if (state == Conversation::State::done && !link_.is_busy()) return COMPLETE;
-        if (!turn(conversation_.due())) return fail(INCOMPLETE, "interrupted");
+        const bool is_done = state == Conversation::State::done;
+        if (is_done && !link_.is_busy()) return COMPLETE;
+        if (is_done && patience == Time::max()) patience = Clock::now() + options_.rules.within;
+        if (Clock::now() >= patience) return fail(INCOMPLETE, "the agent does not take what it was sent");
+        if (!turn(std::min(conversation_.due(), patience))) return fail(INCOMPLETE, "interrupted");
     }
 }
 
@@ -77,7 +82,8 @@ int Session::listen_on()
     const Time until = for_ever ? Time::max() : Clock::now() + options_.linger;
     while (!is_enough() && Clock::now() < until) {
         std::fflush(out_);
-        if (is_alone()) return fail(AGENT_GONE, "the agent has closed every channel");
+        if (is_alone() && agent_left_) return fail(AGENT_GONE, "the agent has closed every channel");
+        if (is_alone()) break;
         if (!turn(until)) break;
     }
     return options_.count == 0 || is_enough() ? COMPLETE : fail(INCOMPLETE, "too few messages came");
@@ -146,6 +152,7 @@ void Session::on_end(Channel channel)
     if (rest > 0)
         happening.detail = "in the middle of a message, after " + std::to_string(rest) + " of its bytes";
     tell(happening);
+    agent_left_ = true;
     conversation_.on_closed(channel);
 }
 

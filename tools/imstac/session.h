@@ -51,6 +51,7 @@ private:
     std::FILE* const err_;
     std::FILE* record_ = nullptr;
     unsigned long arrived_ = 0; // messages
+    bool agent_left_ = false;   // closed a channel
 };
 
 } // namespace imstac

@@ -118,6 +118,21 @@ TEST_F(ASession, FailsWith4WhenTheAgentDidNotTakeEverything)
     EXPECT_EQ(run([&] { agent.close(Channel::sync); }), imstac::AGENT_GONE);
 }
 
+TEST_F(ASession, FailsWith1WhenTheAgentTakesNothing)
+{
+    options.rules.within = 30ms;
+    script("send sync 1 times=200 answer=none text=" + std::string(60000, 'x') + "\n");
+    EXPECT_EQ(run(), imstac::INCOMPLETE);
+    EXPECT_EQ(err, "imstac: the agent does not take what it was sent\n");
+}
+
+TEST_F(ASession, IsCompleteWhenItClosedEveryChannelItself)
+{
+    options.linger = 20s;
+    script("send async 1\nclose async\nclose sync\n");
+    EXPECT_EQ(run(), imstac::COMPLETE) << err;
+}
+
 TEST_F(ASession, TellsAMessageThatNeverBecameWhole)
 {
     script("expect async closed\n");
