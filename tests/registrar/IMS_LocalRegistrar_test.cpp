@@ -272,24 +272,53 @@ TEST_F(ARegistration, HasNothingToDescribeWithoutADocument)
 
 // ---- without memory
 
-// Whatever allocation fails, the operation returns, and says so if it did not get through.
-TEST_F(ARegistration, EndsWhereMemoryRunsOut)
+// Counts the lines of level 3, without an allocation of its own.
+int fatal_lines;
+void count_fatal(void*, int level, const char*, const char*)
+{
+    if (level == 3) ++fatal_lines;
+}
+
+// Runs `work` with its nth allocation failing, for every n; each time fatal_lines starts at 0 and `check`
+// looks.
+template <typename Work, typename Check>
+void sweep(Work work, Check check)
 {
     bool has_failed = true;
-    int ended_early = 0;
     for (int nth = 1; has_failed; ++nth) {
         ASSERT_LT(nth, 1000);
-        // Texts that need no memory of their own; the mock would allocate as well.
-        SIPLIB_SIPClientConnection silent;
-        IMS_log::set_level(3);
-        IMS_log::set_sink([](void* count, int, const char*, const char*) { ++*static_cast<int*>(count); },
-                          &ended_early);
-        const Failing failing(Call::operator_new, nth);
-        Registrar::setup_message(&silent, "<sip:a@h>", "internet", 60, "", nullptr);
-        has_failed = failing.has_happened();
+        IMS_log::set_sink(count_fatal, nullptr);
+        fatal_lines = 0;
+        {
+            const Failing failing(Call::operator_new, nth);
+            work();
+            has_failed = failing.has_happened();
+        }
+        check(has_failed);
     }
-    IMS_log::set_level(5);
-    EXPECT_GT(ended_early, 5);
+}
+
+TEST_F(ARegistration, HasNoUserAgentLineWhenMemoryRunsOut)
+{
+    std::string value;
+    sweep([&] { value = Registrar::form_user_agent_header(); },
+          [&](bool has_failed) {
+              EXPECT_EQ(value.empty(), has_failed);
+              EXPECT_EQ(fatal_lines, has_failed ? 1 : 0);
+          });
+}
+
+// An allocation that the SIP library needs is its own to report, so not every failure is a line here.
+TEST_F(ARegistration, EndsWhereMemoryRunsOut)
+{
+    SIPLIB_SIPClientConnection silent; // the mock would allocate as well
+    int ended_early = 0;
+    sweep([&] { Registrar::setup_message(&silent, "<sip:a@h>", "internet", 60, "", nullptr); },
+          [&](bool has_failed) {
+              ended_early += fatal_lines;
+              EXPECT_TRUE(has_failed || fatal_lines == 0);
+          });
+    EXPECT_GT(ended_early, 0);
 }
 
 } // namespace
