@@ -50,6 +50,19 @@ TEST_F(ADiscoveryMessage, IsSentWithItsDocument)
         << conn.sent_body;
 }
 
+TEST_F(ADiscoveryMessage, IsNotSentWhenItsDocumentCannotBeEncoded)
+{
+    struct : DAMessageXmlData {
+        int encodeXml() override { return -1; }
+    } broken;
+    IMS_DAMessage message(&conn, "<sip:a@h>", "<sip:b@h>", &broken);
+    conn.calls.clear();
+    LogRecords log;
+    EXPECT_FALSE(message.send());
+    EXPECT_THAT(conn.calls, IsEmpty());
+    EXPECT_EQ(log.all(), (std::vector<LogRecord>{{4, "send", "Error encoding XML"}}));
+}
+
 TEST_F(ADiscoveryMessage, WithoutADocumentIsSentWithoutABody)
 {
     IMS_DAMessage message(&conn, "<sip:a@h>", "<sip:b@h>", nullptr);

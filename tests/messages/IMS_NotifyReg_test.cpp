@@ -52,6 +52,19 @@ TEST_F(ARegistrationNotify, IsSentWithItsDocument)
         << conn.sent_body;
 }
 
+TEST_F(ARegistrationNotify, IsNotSentWhenItsDocumentCannotBeEncoded)
+{
+    struct : NotifyUaXmlData {
+        int encodeXml() override { return -1; }
+    } broken;
+    IMS_NotifyReg message(&conn, "<sip:a@h>", "<sip:b@h>", "<sip:c@h>", &broken);
+    conn.calls.clear();
+    LogRecords log;
+    EXPECT_FALSE(message.send());
+    EXPECT_THAT(conn.calls, IsEmpty());
+    EXPECT_EQ(log.all(), (std::vector<LogRecord>{{4, "send", "Error encoding XML"}}));
+}
+
 TEST_F(ARegistrationNotify, WithoutADocumentIsSentWithoutABody)
 {
     IMS_NotifyReg message(&conn, "<sip:a@h>", "<sip:b@h>", "<sip:c@h>", nullptr);

@@ -49,6 +49,19 @@ TEST_F(ARouteMessage, IsSentWithItsDocument)
     EXPECT_NE(conn.sent_body.find("<ip-address>192.0.2.1</ip-address>"), std::string::npos) << conn.sent_body;
 }
 
+TEST_F(ARouteMessage, IsNotSentWhenItsDocumentCannotBeEncoded)
+{
+    struct : IMSSetRouteXml {
+        int encodeXml() override { return -1; }
+    } broken;
+    IMS_ProxyMessage message(&conn, "<sip:a@h>", "<sip:b@h>", &broken);
+    conn.calls.clear();
+    LogRecords log;
+    EXPECT_FALSE(message.send());
+    EXPECT_THAT(conn.calls, IsEmpty());
+    EXPECT_EQ(log.all(), (std::vector<LogRecord>{{4, "send", "Error encoding XML"}}));
+}
+
 TEST_F(ARouteMessage, WithoutADocumentIsSentWithoutABody)
 {
     IMS_ProxyMessage message(&conn, "<sip:a@h>", "<sip:b@h>", nullptr);

@@ -49,6 +49,19 @@ TEST_F(APackageRegister, IsSentWithItsDocument)
     EXPECT_NE(conn.sent_body.find("<package-info>voice</package-info>"), std::string::npos) << conn.sent_body;
 }
 
+TEST_F(APackageRegister, IsNotSentWhenItsDocumentCannotBeEncoded)
+{
+    struct : IMSComponentPackageInfo {
+        int encodeXml() override { return -1; }
+    } broken;
+    IMS_RegPackageInfo message(&conn, "<sip:a@h>", "<sip:b@h>", "<sip:c@h>", &broken);
+    conn.calls.clear();
+    LogRecords log;
+    EXPECT_FALSE(message.send());
+    EXPECT_THAT(conn.calls, IsEmpty());
+    EXPECT_EQ(log.all(), (std::vector<LogRecord>{{4, "send", "Error encoding XML"}}));
+}
+
 TEST_F(APackageRegister, WithoutADocumentIsSentWithoutABody)
 {
     IMS_RegPackageInfo message(&conn, "<sip:a@h>", "<sip:b@h>", "<sip:c@h>", nullptr);
