@@ -102,14 +102,12 @@ private:
     void entity_text(const xmlNode* reference, std::string& out, bool& any) const
     {
         const xmlEntity* entity = xmlGetDocEntity(doc_, reference->name);
-        bool has_text = false;
-        if (entity) own_text(entity->children, out, has_text);
-        const xmlChar* content = entity ? entity->content : reference->content;
-        if (!has_text && content) {
-            has_text = true;
-            out += reinterpret_cast<const char*>(content);
+        if (entity) {
+            own_text(entity->children, out, any);
+        } else if (reference->content) {
+            any = true;
+            out += reinterpret_cast<const char*>(reference->content);
         }
-        any = any || has_text;
     }
     static std::string trimmed(const std::string& text)
     {

@@ -14,7 +14,10 @@ using imsua::shown;
 
 namespace {
 
-enum : int { OLDEST_LIBXML2 = 20616 }; // 2.6.16
+enum : int {
+    OLDEST_LIBXML2 = 20616, // 2.6.16
+    DEEPEST_ENTITY = 64     // libxml2 refuses more than 40, but for a text that it recovers
+};
 
 const char* plain(const xmlChar* text)
 {
@@ -36,11 +39,47 @@ xmlXPathObjectPtr evaluate(xmlDocPtr doc, const char* xpath)
     return found;
 }
 
-// The own text of `node`, or null. A namespace node is not an xmlNode and has no children to read.
-xmlChar* own_text(xmlDocPtr doc, xmlNodePtr node)
+bool append(const xmlChar* text, std::string& out)
 {
-    if (!node || node->type == XML_NAMESPACE_DECL) return nullptr;
-    return xmlNodeListGetString(doc, node->children, 1);
+    if (text) out += plain(text);
+    return text != nullptr;
+}
+
+// What xmlNodeListGetString(doc, list, 1) gives, behind `out`; false when that is null. libxml2's own
+// measures all that it has so far at each reference, which a text of 16 KiB turns into half a minute of a
+// small processor.
+bool append_expanded(xmlDocPtr doc, const xmlNode* list, std::string& out, int depth = 0)
+{
+    bool any = false;
+    for (; list; list = list->next) {
+        if (list->type == XML_TEXT_NODE || list->type == XML_CDATA_SECTION_NODE)
+            any = append(list->content, out) || any;
+        if (list->type != XML_ENTITY_REF_NODE) continue;
+        const xmlEntity* entity = xmlGetDocEntity(doc, list->name);
+        if (!entity)
+            any = append(list->content, out) || any;
+        else if (depth < DEEPEST_ENTITY)
+            any = append_expanded(doc, entity->children, out, depth + 1) || any;
+    }
+    return any;
+}
+
+bool has_references(const xmlNode* list)
+{
+    while (list && list->type != XML_ENTITY_REF_NODE)
+        list = list->next;
+    return list != nullptr;
+}
+
+// The own text of `node`; false when it has none. A namespace node is not an xmlNode and has no children.
+bool own_text(xmlDocPtr doc, xmlNodePtr node, std::string& out)
+{
+    if (!node || node->type == XML_NAMESPACE_DECL) return false;
+    if (has_references(node->children)) return append_expanded(doc, node->children, out);
+    xmlChar* text = xmlNodeListGetString(doc, node->children, 1);
+    const bool has_text = append(text, out);
+    xmlFree(text);
+    return has_text;
 }
 
 bool first_text(xmlDocPtr doc, const char* xpath, xmlNodeSetPtr nodes, std::string& out)
@@ -54,15 +93,12 @@ bool first_text(xmlDocPtr doc, const char* xpath, xmlNodeSetPtr nodes, std::stri
         IMS_log::loginfo(4, "get_value", "nodeNr is less than 1 for %s", xpath);
         return false;
     }
-    xmlChar* text = own_text(doc, nodes->nodeTab[0]);
-    if (!text) {
+    if (!own_text(doc, nodes->nodeTab[0], out)) {
         IMS_log::loginfo(4, "get_value", "val_cstr is NULL for %s", xpath);
         return false;
     }
-    out = plain(text);
     IMS_utility::skipspaces(out);
     IMS_log::loginfo(5, "get_value", "expr=%s value =%s", xpath, out.c_str());
-    xmlFree(text);
     return true;
 }
 

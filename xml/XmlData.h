@@ -40,7 +40,7 @@ public:
     // DOM"); the fields are untouched. The base does nothing and returns -1.
     //
     // No external entity, parameter entity or external DTD is ever loaded; internal entities are expanded,
-    // so bound what you hand in (1024 bytes expand to less than 80 kB, 16 KiB to some 22 MB in a second).
+    // so bound what you hand in (1024 bytes expand to less than 80 kB, 16 KiB to some 22 MB).
     virtual int parseXml();
 
     // Writes the fields into encoded_buffer/buffer/buffer_length: UTF-8, with an XML declaration, indented.

@@ -51,9 +51,7 @@ protected:
 
     std::string out = "before";
     LogRecords log;
-
-private:
-    xmlDocPtr doc_ = nullptr;
+    xmlDocPtr doc_ = nullptr; // of the last look-up
 };
 
 TEST_F(AValue, IsTheTextOfTheElement)
@@ -93,6 +91,27 @@ TEST_F(AValue, HoldsEntitiesExpanded)
 {
     EXPECT_TRUE(get("<!DOCTYPE a [<!ENTITY e \"inside\">]><a>&lt;&e;&amp;&#65;</a>", "//a"));
     EXPECT_EQ(out, "<inside&A");
+}
+
+// Entities are expanded here, in time linear to the text; the result is that of libxml2's own function.
+TEST_F(AValue, WithEntitiesIsWhatLibxml2MakesOfThem)
+{
+    const char* const entities =
+        "<!DOCTYPE a [<!ENTITY t \"text\"><!ENTITY n \"-&t;-&t;\"><!ENTITY z \"\"><!ENTITY c "
+        "\"&#38;#60;&#65;\">"
+        "<!ENTITY e \"<i>inner</i>\"><!ENTITY m \"x<i>y</i>z&n;<![CDATA[#]]>\"><!ENTITY o \"<!-- -->\">"
+        "<!ENTITY x SYSTEM \"nowhere\">]>";
+    for (const char* own :
+         {"&t;", "a&t;b", "&n;", "&n;&n;", "&z;", "&z;a", "&c;", "&e;", "a&e;b", "&m;", "&o;", "&x;", "a&x;b",
+          "&t;<b>&t;</b>&t;", "&lt;&t;&amp;", "<![CDATA[c]]>&t;", "&z;&e;&m;&o;&x;"}) {
+        SCOPED_TRACE(own);
+        out = "before";
+        const bool found = get((std::string(entities) + "<a>" + own + "</a>").c_str(), "/a");
+        xmlChar* text = xmlNodeListGetString(doc_, xmlDocGetRootElement(doc_)->children, 1);
+        EXPECT_EQ(found, text != nullptr);
+        EXPECT_EQ(out, text ? reinterpret_cast<char*>(text) : "");
+        xmlFree(text);
+    }
 }
 
 TEST_F(AValue, HoldsCharacterDataSections)
