@@ -20,6 +20,7 @@ using Records = std::vector<LogRecord>;
 
 // A kind, its document, and a body around a value of any length that is read into value_of().
 struct Routes {
+    static constexpr const char* name = "Routes";
     using Message = IMS_ProxyMessage;
     using Document = IMSSetRouteXml;
     static Message* receive(SIPLIB_SIPConnection* conn) { return new Message(conn); }
@@ -31,6 +32,7 @@ struct Routes {
 };
 
 struct Discovery {
+    static constexpr const char* name = "Discovery";
     using Message = IMS_DAMessage;
     using Document = DAMessageXmlData;
     static Message* receive(SIPLIB_SIPConnection* conn) { return new Message(conn); }
@@ -42,6 +44,7 @@ struct Discovery {
 };
 
 struct Package {
+    static constexpr const char* name = "Package";
     using Message = IMS_RegPackageInfo;
     using Document = IMSComponentPackageInfo;
     static Message* receive(SIPLIB_SIPConnection* conn) { return new Message(conn); }
@@ -53,6 +56,7 @@ struct Package {
 };
 
 struct Description {
+    static constexpr const char* name = "Description";
     using Message = IMS_NotifyReg;
     using Document = RegUaXmlData;
     static Message* receive(SIPLIB_SIPConnection* conn) { return new Message(conn, false); }
@@ -64,6 +68,7 @@ struct Description {
 };
 
 struct State {
+    static constexpr const char* name = "State";
     using Message = IMS_NotifyReg;
     using Document = RegXmlData;
     static Message* receive(SIPLIB_SIPConnection* conn) { return new Message(conn, true); }
@@ -103,7 +108,14 @@ struct AReceivedKind : ::testing::Test {
 };
 
 using Kinds = ::testing::Types<Routes, Discovery, Package, Description, State>;
-TYPED_TEST_SUITE(AReceivedKind, Kinds);
+struct KindNames {
+    template <typename Kind>
+    static std::string GetName(int)
+    {
+        return Kind::name;
+    }
+};
+TYPED_TEST_SUITE(AReceivedKind, Kinds, KindNames);
 
 TYPED_TEST(AReceivedKind, ReadsItsDocument)
 {
