@@ -1,5 +1,6 @@
 #include "siplib/SIPLIB.h"
 #include "siplib/address_text.h"
+#include "siplib/guarded.h"
 #include "siplib/sip_chars.h"
 #include "siplib/sip_params.h"
 
@@ -37,17 +38,6 @@ private:
     AddressParts parts_;
     std::string params_; // header parameters without blanks, ready for printing
 };
-
-// Our own allocations are the only thing that throws here, and no exception leaves the library.
-template <typename Body>
-int guarded(Body body) noexcept
-{
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return SIPLIB_ERR_MEMORY;
-    }
-}
 
 void append_param(std::string& text, std::string_view name, std::string_view value)
 {

@@ -2,6 +2,7 @@
 
 #include "siplib/dialog.h"
 #include "siplib/field_access.h"
+#include "siplib/guarded.h"
 #include "siplib/header_check.h"
 #include "siplib/stack.h"
 
@@ -71,24 +72,32 @@ int ClientConnection::initRequest(const char* method)
     Guard guard(state_.mutex);
     if (!state_.live() || step_ == Step::sent) return SIPLIB_ERR_STATE;
     if (const int status = check_method(method)) return status;
+    step_ = Step::empty;
+    if (const int status = guarded([&] { return begin_request(method); })) return status;
+    step_ = Step::building;
+    ++state_.episode; // no longer resting
+    state_.last_used = now();
+    return SIPLIB_OK;
+}
+
+// Forgets what was there before. The lock is held.
+int ClientConnection::begin_request(const char* method)
+{
     Work& work = *work_;
-    work.method = method;
-    take_spare_memory(work.request);
-    work.request.clear();
     work.response.clear();
     work.raw.text.clear();
     work.untaken.clear();
     work.announced = 0;
     work.status = 0;
     work.response_read = false;
+    work.method = method;
+    take_spare_memory(work.request);
+    work.request.clear();
     work.untaken.reserve(1); // here, not on the SIP thread: memory goes back to where it came from
     const Opening& opening = work.opening;
     if (!opening.from.empty()) work.request.add("From", opening.from);
     if (!opening.to.empty()) work.request.add("To", opening.to);
     if (!opening.contact.empty()) work.request.add("Contact", opening.contact);
-    step_ = Step::building;
-    ++state_.episode; // no longer resting
-    state_.last_used = now();
     return SIPLIB_OK;
 }
 
@@ -143,11 +152,13 @@ int ClientConnection::send()
     {
         Guard guard(state_.mutex);
         if (!stack || !state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
-        if (const int status = prepare(*stack, order)) return status;
+        const int status = guarded([&] {
+            if (ends_dialog(*work_)) ends = stack->dialogs().find(key_of_own_request(work_->request));
+            return prepare(*stack, order);
+        });
+        if (status != SIPLIB_OK) return status;
         label(order);
         if (!stack->hold(order.holds)) return SIPLIB_ERR_STATE;
-        const Work& work = *work_;
-        if (ends_dialog(work)) ends = stack->dialogs().find(key_of_own_request(work.request));
         step_ = Step::sent;
         state_.last_used = now();
     }
@@ -155,7 +166,7 @@ int ClientConnection::send()
     // Not under the lock: a full queue makes this wait for the SIP thread, which may want the lock.
     const unsigned holds = order.holds;
     const std::uint32_t generation = order.generation;
-    const int status = stack->backend().send(std::move(order));
+    const int status = guarded([&] { return stack->backend().send(std::move(order)); });
     if (status == SIPLIB_OK) return SIPLIB_OK;
     stack->release(holds);
     Guard guard(state_.mutex);
@@ -330,18 +341,22 @@ int ClientConnection::getHeader(const char* name, char* buf, int& len)
     Guard guard(state_.mutex);
     if (!buf || len <= 0) return SIPLIB_ERR_ARGUMENT;
     buf[0] = '\0';
-    const Message* message = readable();
-    return message ? copy_header(*message, name, buf, len) : SIPLIB_ERR_STATE;
+    return guarded([&]() -> int {
+        const Message* message = readable();
+        return message ? copy_header(*message, name, buf, len) : SIPLIB_ERR_STATE;
+    });
 }
 
 int ClientConnection::getBody(char* buf, int& len)
 {
     Guard guard(state_.mutex);
     if (!buf || len <= 0) return SIPLIB_ERR_ARGUMENT;
-    const Message* message = readable();
-    if (message) return copy_body(*message, work_->method, buf, len);
-    len = 0;
-    return SIPLIB_ERR_STATE;
+    return guarded([&]() -> int {
+        const Message* message = readable();
+        if (message) return copy_body(*message, work_->method, buf, len);
+        len = 0;
+        return SIPLIB_ERR_STATE;
+    });
 }
 
 int ClientConnection::getMethod(char* buf, int capacity)
@@ -349,9 +364,11 @@ int ClientConnection::getMethod(char* buf, int capacity)
     Guard guard(state_.mutex);
     if (!buf || capacity <= 0) return SIPLIB_ERR_ARGUMENT;
     buf[0] = '\0';
-    const Message* message = readable();
-    if (!message) return SIPLIB_ERR_STATE;
-    return copy_method(work_->status != 0 ? method_of(*message) : work_->method, buf, capacity);
+    return guarded([&]() -> int {
+        const Message* message = readable();
+        if (!message) return SIPLIB_ERR_STATE;
+        return copy_method(work_->status != 0 ? method_of(*message) : work_->method, buf, capacity);
+    });
 }
 
 int ClientConnection::getResponseCode(int& code)
@@ -362,75 +379,77 @@ int ClientConnection::getResponseCode(int& code)
     return SIPLIB_OK;
 }
 
-int ClientConnection::put(const char* name, const char* value, bool more)
+// What the setters have in common: the lock, a request that is being built, and no memory as an error.
+template <typename Change>
+int ClientConnection::change(Change change)
 {
     Guard guard(state_.mutex);
-    if (!name || !value) return SIPLIB_ERR_ARGUMENT;
     if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
     state_.last_used = now();
-    return put_header(work_->request, name, value, more);
+    return guarded([&] { return change(*work_); });
 }
 
 int ClientConnection::setHeader(const char* name, const char* value)
 {
-    return put(name, value, false);
+    if (!name || !value) return SIPLIB_ERR_ARGUMENT;
+    return change([&](Work& work) { return put_header(work.request, name, value, false); });
 }
 
 int ClientConnection::addHeader(const char* name, const char* value)
 {
-    return put(name, value, true);
+    if (!name || !value) return SIPLIB_ERR_ARGUMENT;
+    return change([&](Work& work) { return put_header(work.request, name, value, true); });
 }
 
 int ClientConnection::removeHeader(const char* name)
 {
-    Guard guard(state_.mutex);
     if (!name) return SIPLIB_ERR_ARGUMENT;
-    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
-    return remove_header(work_->request, name);
+    return change([&](Work& work) { return remove_header(work.request, name); });
 }
 
 int ClientConnection::setBody(const char* data, int len)
 {
-    Guard guard(state_.mutex);
     if (len < 0 || (!data && len > 0)) return SIPLIB_ERR_ARGUMENT;
-    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
-    return put_body(work_->request, data, len);
+    return change([&](Work& work) { return put_body(work.request, data, len); });
 }
 
 int ClientConnection::setMethod(const char* name)
 {
-    Guard guard(state_.mutex);
     if (!name) return SIPLIB_ERR_ARGUMENT;
-    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
-    if (const int status = check_method(name)) return status;
-    work_->method = name;
-    const std::string_view cseq = work_->request.find("CSeq");
-    if (cseq.data() == nullptr) return SIPLIB_OK;
-    const std::string number(cseq.substr(0, cseq.find_first_of(" \t")));
-    work_->request.set("CSeq", number + " " + name);
-    return SIPLIB_OK;
+    return change([&](Work& work) {
+        if (const int status = check_method(name)) return status;
+        const std::string_view cseq = work.request.find("CSeq");
+        if (cseq.data() != nullptr) {
+            const std::string number(cseq.substr(0, cseq.find_first_of(" \t")));
+            work.request.set("CSeq", number + " " + name);
+        }
+        work.method = name;
+        return int{SIPLIB_OK};
+    });
 }
 
 int ClientConnection::setRequestURI(const char* uri)
 {
-    Guard guard(state_.mutex);
     if (!uri) return SIPLIB_ERR_ARGUMENT;
-    if (!state_.live() || step_ != Step::building) return SIPLIB_ERR_STATE;
-    if (has_control(uri)) return SIPLIB_ERR_ARGUMENT;
-    Uri found;
-    if (!read_uri(uri, found)) return SIPLIB_ERR_SYNTAX;
-    work_->opening.request_uri = found.text;
-    return SIPLIB_OK;
+    return change([&](Work& work) -> int {
+        if (has_control(uri)) return SIPLIB_ERR_ARGUMENT;
+        Uri found;
+        if (!read_uri(uri, found)) return SIPLIB_ERR_SYNTAX;
+        work.opening.request_uri = std::move(found.text);
+        return SIPLIB_OK;
+    });
 }
 
 int ClientConnection::setImsServerAddress(const SIPLIB_SipImsServerAddress& address)
 {
-    NextHop hop;
-    if (!read_hop(address, hop)) return SIPLIB_ERR_ARGUMENT;
-    Guard guard(state_.mutex);
-    if (!state_.live() || step_ == Step::sent) return SIPLIB_ERR_STATE;
-    work_->opening.hop = std::move(hop);
-    return SIPLIB_OK;
+    return guarded([&]() -> int {
+        NextHop hop;
+        if (!read_hop(address, hop)) return SIPLIB_ERR_ARGUMENT;
+        Guard guard(state_.mutex);
+        if (!state_.live() || step_ == Step::sent) return SIPLIB_ERR_STATE;
+        work_->opening.hop = std::move(hop);
+        return SIPLIB_OK;
+    });
 }
 
 SIPLIB_SIPDialog* ClientConnection::getDialog()

@@ -84,7 +84,9 @@ private:
     void drop_request();
     Announcement next_announcement();
     void announce(std::uint32_t generation, Announcement next);
-    int put(const char* name, const char* value, bool more);
+    template <typename Change>
+    int change(Change change);
+    int begin_request(const char* method);
     int prepare(Stack& stack, RequestOrder& order);
     void label(RequestOrder& order);
     static bool ends_dialog(const Work& work);

@@ -2,6 +2,7 @@
 
 #include "siplib/dialog.h"
 #include "siplib/field_access.h"
+#include "siplib/guarded.h"
 #include "siplib/random_text.h"
 #include "siplib/response_text.h"
 #include "siplib/stack.h"
@@ -101,6 +102,20 @@ void ServerConnection::settle_dialog(int code)
     }
 }
 
+// The response as text. The lock is held.
+int ServerConnection::write_response(ResponseOrder& order)
+{
+    Work& work = *work_;
+    if (work.to_tag.empty()) {
+        const std::string_view own = tag_in(work.response.find("To"));
+        work.to_tag = own.empty() ? random_text(16) : std::string(own);
+    }
+    order.transaction = work.arrival.transaction;
+    order.status = work.code;
+    order.text = response_text(work.request, work.response, work.code, work.to_tag);
+    return order.text.size() > max_message_size ? SIPLIB_ERR_ARGUMENT : SIPLIB_OK;
+}
+
 int ServerConnection::send()
 {
     Stack* stack = Stack::running();
@@ -108,21 +123,14 @@ int ServerConnection::send()
     {
         Guard guard(state_.mutex);
         if (!stack || !responding()) return SIPLIB_ERR_STATE;
-        Work& work = *work_;
-        if (work.to_tag.empty()) {
-            const std::string_view own = tag_in(work.response.find("To"));
-            work.to_tag = own.empty() ? random_text(16) : std::string(own);
-        }
-        order.transaction = work.arrival.transaction;
-        order.status = work.code;
-        order.text = response_text(work.request, work.response, work.code, work.to_tag);
-        if (order.text.size() > max_message_size) return SIPLIB_ERR_ARGUMENT;
+        if (const int status = guarded([&] { return write_response(order); })) return status;
         state_.last_used = now();
-        work.started = false;
-        if (work.code >= 200) answered_ = true;
-        settle_dialog(work.code);
+        work_->started = false;
+        if (work_->code >= 200) answered_ = true;
+        // Without memory for a dialog there is none; what it would have held goes back with the transaction.
+        guarded([&] { return settle_dialog(work_->code), int{SIPLIB_OK}; });
     }
-    return stack->backend().respond(std::move(order));
+    return guarded([&] { return stack->backend().respond(std::move(order)); });
 }
 
 void ServerConnection::refuse(std::uint32_t generation, int status)
@@ -248,39 +256,38 @@ int ServerConnection::getResponseCode(int& code)
     return SIPLIB_OK;
 }
 
-int ServerConnection::put(const char* name, const char* value, bool more)
+// What the setters have in common: the lock, a response that is being built, and no memory as an error.
+template <typename Change>
+int ServerConnection::change(Change change)
 {
     Guard guard(state_.mutex);
-    if (!name || !value) return SIPLIB_ERR_ARGUMENT;
     if (!responding()) return SIPLIB_ERR_STATE;
     state_.last_used = now();
-    return put_header(work_->response, name, value, more);
+    return guarded([&] { return change(work_->response); });
 }
 
 int ServerConnection::setHeader(const char* name, const char* value)
 {
-    return put(name, value, false);
+    if (!name || !value) return SIPLIB_ERR_ARGUMENT;
+    return change([&](Message& response) { return put_header(response, name, value, false); });
 }
 
 int ServerConnection::addHeader(const char* name, const char* value)
 {
-    return put(name, value, true);
+    if (!name || !value) return SIPLIB_ERR_ARGUMENT;
+    return change([&](Message& response) { return put_header(response, name, value, true); });
 }
 
 int ServerConnection::removeHeader(const char* name)
 {
-    Guard guard(state_.mutex);
     if (!name) return SIPLIB_ERR_ARGUMENT;
-    if (!responding()) return SIPLIB_ERR_STATE;
-    return remove_header(work_->response, name);
+    return change([&](Message& response) { return remove_header(response, name); });
 }
 
 int ServerConnection::setBody(const char* data, int len)
 {
-    Guard guard(state_.mutex);
     if (len < 0 || (!data && len > 0)) return SIPLIB_ERR_ARGUMENT;
-    if (!responding()) return SIPLIB_ERR_STATE;
-    return put_body(work_->response, data, len);
+    return change([&](Message& response) { return put_body(response, data, len); });
 }
 
 // What belongs to requests of ours.

@@ -61,7 +61,9 @@ private:
         bool started = false;
     };
 
-    int put(const char* name, const char* value, bool more);
+    template <typename Change>
+    int change(Change change);
+    int write_response(ResponseOrder& order);
     void settle_dialog(int code);
     void note_dialog(Dialog& dialog);
     void rest_from(Time at);

@@ -1,6 +1,9 @@
 #include "raw_peer.h"
 #include "sip_fixture.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/log_records.h"
+
+#include <functional>
 
 namespace {
 
@@ -273,6 +276,42 @@ TEST_F(AClientConnection, ChecksTheNextHop)
     }
     std::strcpy(hop.host, "a b");
     EXPECT_EQ(conn->setImsServerAddress(hop), SIPLIB_ERR_ARGUMENT);
+}
+
+// Every allocation of an operation fails once: the operation says so, and works when there is memory again.
+TEST_F(AClientConnection, ReportsThatThereIsNoMemory)
+{
+    const std::string text(2000, 'x'); // beyond what is kept ready
+    const std::string longer(4000, 'x');
+    SIPLIB_SIPClientConnection* conn = request("NOTIFY", peer.port(), "udp", &ears);
+    SIPLIB_SipImsServerAddress hop;
+    std::memcpy(hop.host, "127.0.0.1", 10);
+    hop.port = peer.port();
+    const std::function<int()> operations[] = {
+        [&] { return conn->setHeader("X-Long-Header", text.c_str()); },
+        [&] { return conn->addHeader("X-Long-Header", text.c_str()); },
+        [&] { return conn->setHeader("X-Long-Header", longer.c_str()); },
+        [&] { return conn->setBody(text.data(), 2000); },
+        [&] { return conn->setMethod("A-METHOD-WITH-A-LONG-NAME"); },
+        [&] { return conn->setRequestURI("sip:somebody.far.away@127.0.0.1"); },
+        [&] { return conn->setImsServerAddress(hop); },
+        [&] { return conn->send(); },
+    };
+    int failures = 0;
+    for (const auto& operation : operations) {
+        int status = SIPLIB_ERR_MEMORY;
+        for (int nth = 1; status == SIPLIB_ERR_MEMORY && nth < 100; ++nth) {
+            const Failing allocation(Call::operator_new, nth);
+            status = operation();
+            failures += status == SIPLIB_ERR_MEMORY ? 1 : 0;
+        }
+        EXPECT_EQ(status, SIPLIB_OK) << &operation - operations;
+    }
+    EXPECT_GT(failures, 5);
+    const std::string sent = peer.receive();
+    EXPECT_NE(sent.find(longer), std::string::npos);
+    peer.send_to(peer.last_from(), raw_response(sent, 200));
+    EXPECT_EQ(ears.next_status(), 200);
 }
 
 class ABurst : public WithStack {

@@ -1,6 +1,9 @@
 #include "raw_peer.h"
 #include "sip_fixture.h"
+#include "tests/support/failing_calls.h"
 #include "tests/support/log_records.h"
+
+#include <functional>
 
 namespace {
 
@@ -151,6 +154,32 @@ TEST_F(AServerConnection, CutsABodyAtTheReadersCapacityAndReportsIt)
     EXPECT_TRUE(log.has(4, "getBody", "the body of MESSAGE has 1800 bytes and was cut to the reader's 1024"));
     EXPECT_EQ(SIPLIB_SIPCutBodies() - before, 1u);
     EXPECT_EQ(body(conn), std::string(1800, 'x')); // and can still be read whole
+}
+
+TEST_F(AServerConnection, ReportsThatThereIsNoMemory)
+{
+    SIPLIB_SIPConnection* conn = arrived("MESSAGE");
+    ASSERT_TRUE(conn);
+    ASSERT_EQ(conn->initResponse(200), SIPLIB_OK);
+    const std::string text(2000, 'x');
+    const std::function<int()> operations[] = {
+        [&] { return conn->setHeader("X-Long-Header", text.c_str()); },
+        [&] { return conn->addHeader("X-Long-Header", text.c_str()); },
+        [&] { return conn->setBody(text.data(), 2000); },
+        [&] { return conn->send(); },
+    };
+    int failures = 0;
+    for (const auto& operation : operations) {
+        int status = SIPLIB_ERR_MEMORY;
+        for (int nth = 1; status == SIPLIB_ERR_MEMORY && nth < 100; ++nth) {
+            const Failing allocation(Call::operator_new, nth);
+            status = operation();
+            failures += status == SIPLIB_ERR_MEMORY ? 1 : 0;
+        }
+        EXPECT_EQ(status, SIPLIB_OK) << &operation - operations;
+    }
+    EXPECT_GT(failures, 3);
+    EXPECT_EQ(raw_status(peer.receive()), 200);
 }
 
 } // namespace
