@@ -187,7 +187,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     IMS_Tapi_ifc ifc(&agent);
     if (mapped) ifc.initialize_event_tbl(table);
     for (std::size_t at = 1; at + 2 <= size;) {
-        const std::size_t wanted = (data[at] | data[at + 1] << 8) % 2048u;
+        const std::size_t wanted = (data[at] + 256u * data[at + 1]) % 2048u;
         const std::size_t length = std::min(wanted, size - at - 2);
         check_read(agent, ifc, mapped, data + at + 2, length);
         at += 2 + length;
