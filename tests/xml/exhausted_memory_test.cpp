@@ -262,8 +262,10 @@ TEST_F(AHostileText, OfOneEntityOverAndOverIsBoundedByTheSquareOfItsLength)
     EXPECT_GT(d.aor.size(), 16000000u);
     EXPECT_LT(d.aor.size(), 25000000u);
     EXPECT_LT(of_name.seconds, 5.0);
-    const Cost of_walk = cost_of([this] { read<RegXmlData>(repeated_entity(REGINFO, 16384)); });
-    EXPECT_LT(of_walk.bytes, 80000000u);
+    // A smaller one: libxml2 grows the walk's text bit by bit, which only an allocator that moves pages does
+    // fast.
+    const Cost of_walk = cost_of([this] { read<RegXmlData>(repeated_entity(REGINFO, 4096)); });
+    EXPECT_LT(of_walk.bytes, 5000000u);
     EXPECT_LT(of_walk.seconds, 10.0);
     RecordProperty("seconds", std::to_string(of_name.seconds) + " and " + std::to_string(of_walk.seconds));
 }
