@@ -1,9 +1,7 @@
 // The example agent as a process, with imstac as its telephony controller, and with a controller by hand.
 
 #include "baseuafw/baseuafw.h"
-#include "tests/support/temp_dir.h"
-#include "tests/system/running.h"
-#include "tests/system/telephony_controller.h"
+#include "tests/system/telephony_fixture.h"
 
 #include <csignal>
 #include <fstream>
@@ -24,81 +22,6 @@ enum : std::uint16_t {
     NOTE = 0x1004,
     STATE_CHANGED = 0x2001,
 };
-
-class ATelephonyAgent : public ::testing::Test {
-protected:
-    Running start_program(const char* binary, const Words& arguments) const
-    {
-        ProcessStart how;
-        how.argv = {binary};
-        how.argv.insert(how.argv.end(), arguments.begin(), arguments.end());
-        how.dir = dir.path();
-        return Running(new Process(how));
-    }
-    void start(const Words& arguments = {})
-    {
-        agent.reset();
-        agent = start_program(TELEPHONY_AGENT_BINARY, arguments);
-    }
-    Running start_imstac(const Words& arguments) const
-    {
-        Words all = {"telephony_agent", "--within", "20", "--connect-within", "20"};
-        all.insert(all.end(), arguments.begin(), arguments.end());
-        return start_program(IMSTAC_BINARY, all);
-    }
-    // A whole run of imstac; its exit status.
-    int imstac(const Words& arguments, std::chrono::milliseconds patience = Process::PATIENCE)
-    {
-        auto process = start_imstac(arguments);
-        const int status = process->wait(patience).status;
-        said = process->output() + process->log();
-        return status;
-    }
-    void connect(TelephonyController& controller) const
-    {
-        ASSERT_TRUE(controller.connect(dir.file("telephony_agent.sock"))) << agent->log();
-    }
-    // The port of the agent's capability file, which is there before its socket.
-    int sip_port() const
-    {
-        const std::string cap = dir.read("telephony_agent.cap");
-        const auto colon = cap.rfind(':');
-        return colon == std::string::npos ? -1 : std::stoi(cap.substr(colon + 1));
-    }
-    std::string ask(const std::string& method, const std::string& body = "") const
-    {
-        const std::string answer = ask_sip(sip_port(), method, body);
-        return answer.substr(0, answer.find("\r\n"));
-    }
-    // Waits until the agent's log has `text` this often.
-    bool logs(const std::string& text, int times) const
-    {
-        const auto deadline = std::chrono::steady_clock::now() + Process::PATIENCE;
-        while (std::chrono::steady_clock::now() < deadline) {
-            if (count_in_log(text) >= times) return true;
-            std::this_thread::yield();
-        }
-        return false;
-    }
-    int count_in_log(const std::string& text) const
-    {
-        const std::string log = agent->log();
-        int count = 0;
-        for (auto at = log.find(text); at != std::string::npos; at = log.find(text, at + 1))
-            ++count;
-        return count;
-    }
-
-    TempDir dir;
-    Running agent;
-    std::string said;
-};
-
-std::string number_of(std::uint32_t number)
-{
-    std::string digits = std::to_string(number);
-    return std::string(6 - digits.size(), '0') + digits;
-}
 
 std::string content_of(const std::string& path)
 {
@@ -389,27 +312,6 @@ TEST_F(ATelephonyAgent, EndsAtASignalAndRemovesItsSocket)
     EXPECT_EQ(agent->wait().status, 128 + SIGTERM);
     struct stat gone {};
     EXPECT_NE(::stat(dir.file("telephony_agent.sock").c_str(), &gone), 0);
-}
-
-// 100,000 requests one way; as many answers and as many events the other way. Each carries its number.
-TEST_F(ATelephonyAgent, LosesDoublesAndReordersNoneOfAHundredThousandMessagesInBothDirections)
-{
-    constexpr std::uint32_t COUNT = 100000;
-    start({"-loglevel", "3"});
-    std::string sends = "send async 0x8101\nexpect async 0x8101\n";
-    std::string expects;
-    for (std::uint32_t i = 0; i < COUNT; ++i) {
-        const std::string message = " ref=" + std::to_string(i) + " text=" + number_of(i) + "\n";
-        sends += "send sync 0x1004" + message;
-        expects += "expect sync 0x1004" + message + "expect async 0x2002 text=" + number_of(i) + "\n";
-    }
-    // What would come twice stands before the answers to these.
-    const std::string last = "send sync 0x1003\nexpect sync 0x1003\nsend async 0x8101\nexpect async 0x8101\n";
-    EXPECT_EQ(imstac({"--strict", "--quiet", "--window", "45", "--script",
-                      dir.write("many", sends + expects + last)},
-                     std::chrono::seconds(50)),
-              0)
-        << said << agent->log();
 }
 
 TEST_F(ATelephonyAgent, IsServedARecordAgainAndAnswersAsItDidThen)

@@ -37,8 +37,9 @@ std::string dump_line(const std::string& bytes, std::size_t at)
     char place[16];
     std::snprintf(place, sizeof place, "%04x ", static_cast<unsigned>(at));
     std::string text = INDENT + std::string(place);
-    for (const char c : part)
-        text += " " + hex_of(std::string(1, c));
+    const std::string digits = hex_of(part);
+    for (std::size_t digit = 0; digit < digits.size(); digit += 2)
+        text.append(1, ' ').append(digits, digit, 2);
     text.append((BYTES_A_LINE - part.size()) * 3 + 2, ' ');
     return text + printable(part) + "\n";
 }

@@ -114,14 +114,16 @@ TEST_F(ASession, FailsWith4WhenTheAgentClosesAChannelThatIsNeeded)
 
 TEST_F(ASession, FailsWith4WhenTheAgentDidNotTakeEverything)
 {
-    script("send sync 1 times=200 answer=none text=" + std::string(60000, 'x') + "\n");
+    options.quiet = true;
+    script("send sync 1 times=30 answer=none text=" + std::string(60000, 'x') + "\n");
     EXPECT_EQ(run([&] { agent.close(Channel::sync); }), imstac::AGENT_GONE);
 }
 
 TEST_F(ASession, FailsWith1WhenTheAgentTakesNothing)
 {
     options.rules.within = 30ms;
-    script("send sync 1 times=200 answer=none text=" + std::string(60000, 'x') + "\n");
+    options.quiet = true;
+    script("send sync 1 times=30 answer=none text=" + std::string(60000, 'x') + "\n");
     EXPECT_EQ(run(), imstac::INCOMPLETE);
     EXPECT_EQ(err, "imstac: the agent does not take what it was sent\n");
 }
