@@ -165,6 +165,7 @@ void ClientSide::discard_answer(siplib_outgoing& slot)
 
 void ClientSide::on_response(siplib_outgoing& slot, const sip_t* sip)
 {
+    ++handled_;
     if (!slot.busy || !sip || !sip->sip_status) return;
     const int status = sip->sip_status->st_status;
     if (is_cut_short(sip)) {

@@ -70,7 +70,8 @@ public:
     void send(RequestOrder order);
     void tick(Time now); // what is parked for too long gets its 408
     bool busy() const { return busy_ > 0; }
-    void drop_all(); // before the agent goes
+    std::size_t handled() const { return handled_; } // messages that came
+    void drop_all();                                 // before the agent goes
 
     void on_response(siplib_outgoing& slot, const sip_t* sip);
 
@@ -96,6 +97,7 @@ private:
     RawMessage scratch_;
     std::size_t busy_ = 0;   // transactions, parked and unanswered orders
     std::size_t parked_ = 0; // of these, parked
+    std::size_t handled_ = 0;
 };
 
 } // namespace siplib::sofia

@@ -54,6 +54,7 @@ std::uint64_t handle_of(const siplib_incoming& slot)
 
 void ServerSide::on_message(siplib_port& port, msg_t* msg, sip_t* sip)
 {
+    ++handled_;
     if (!sip->sip_request) { // a response that nobody waits for any more
         msg_destroy(msg);
         return;

@@ -56,7 +56,8 @@ public:
     void respond(ResponseOrder order);
     void tick(Time now);
     bool busy() const { return waiting_ > 0; }
-    void forget(const siplib_port* port); // before its agent goes; null: all
+    std::size_t handled() const { return handled_; } // messages that came
+    void forget(const siplib_port* port);            // before its agent goes; null: all
 
 private:
     void on_request(siplib_port& port, msg_t* msg, sip_t* sip);
@@ -76,6 +77,7 @@ private:
     Connections& connections_;
     Limit& limit_;
     const Milliseconds patience_;
+    std::size_t handled_ = 0;
     std::deque<siplib_incoming> slots_;
     std::vector<siplib_incoming*> free_;
     std::unordered_map<std::string, siplib_incoming*> by_key_;

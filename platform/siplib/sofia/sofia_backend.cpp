@@ -4,6 +4,7 @@
 #include "siplib/log.h"
 #include "siplib/message_record.h"
 #include "siplib/sofia/close_on_exec.h"
+#include "siplib/sofia/root_descriptor.h"
 #include "siplib/sofia/sofia_log.h"
 #include "siplib/stack.h"
 
@@ -13,6 +14,7 @@
 #include <csignal>
 #include <cstring>
 #include <new>
+#include <poll.h>
 #include <sofia-sip/su.h>
 
 namespace siplib::sofia {
@@ -20,6 +22,7 @@ namespace {
 
 // Between two batches the sockets get their turn: responses must not pile up while requests go out.
 constexpr std::size_t batch_size = 32;
+constexpr long longest_wait = 15000;     // milliseconds
 constexpr unsigned sockets_closing = 16; // steps that the root needs to let go of an agent's sockets
 
 bool is_address(const char* text, std::size_t room)
@@ -126,7 +129,13 @@ void* SofiaBackend::thread_main(void* self)
 
 void SofiaBackend::step()
 {
-    su_root_step(root_, 15000);
+    const std::size_t before = handled();
+    const long next = su_root_step(root_, root_descriptor_ < 0 ? longest_wait : 0);
+    if (root_descriptor_ >= 0 && handled() == before) { // nothing was there: what comes next may take a while
+        pollfd root = {root_descriptor_, POLLIN, 0};
+        // What is left of a millisecond counts as one: the timer is due then, and not asked for until it is.
+        ::poll(&root, 1, static_cast<int>(std::clamp(next, 0L, longest_wait - 1) + 1));
+    }
     if (!MessageRecord::enabled()) return;
     for (const auto& port : ports_)
         port->record.drain();
@@ -165,6 +174,7 @@ int SofiaBackend::set_up()
     if (!timer_ || su_wait_create(&wait, queue_.wake_descriptor(), SU_WAIT_IN) < 0) return SIPLIB_ERR_MEMORY;
     wake_index_ = su_root_register(root_, &wait, on_wake, reinterpret_cast<su_wakeup_arg_t*>(this), 0);
     if (wake_index_ < 0) return SIPLIB_ERR_MEMORY;
+    root_descriptor_ = epoll_that_watches(queue_.wake_descriptor());
     auto own = std::make_unique<Port>();
     if (!open_agent(*own)) {
         log_failure("SIPLIB_SIPStart", "cannot bind a port of %.64s", cfg_.localAddress);
@@ -207,6 +217,7 @@ void SofiaBackend::work_off()
     std::vector<Order> batch;
     batch.swap(batch_); // a task may come back in here
     queue_.take(batch, batch_size);
+    ++batches_;
     for (Order& order : batch) {
         switch (order.kind) {
         case Order::Kind::request: client_.send(std::move(order.request)); break;

@@ -41,6 +41,7 @@ private:
     int set_up(); // on the SIP thread, like all that follows
     void start_record();
     void step();
+    std::size_t handled() const { return batches_ + client_.handled() + server_->handled(); }
     void tear_down();
     void work_off();
     void tick();
@@ -63,6 +64,8 @@ private:
     su_root_t* root_ = nullptr;
     su_timer_t* timer_ = nullptr;
     int wake_index_ = -1;
+    int root_descriptor_ = -1; // to wait on; -1: the root waits by itself
+    std::size_t batches_ = 0;  // taken from the queue
     struct Port : siplib_port {
         WireRecord record;
     };
