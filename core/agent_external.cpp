@@ -27,6 +27,13 @@ int framework_descriptor()
     return connector ? connector->get_descriptor() : -1;
 }
 
+// Nearly everything that the thread does is a cancellation point, and it must not end with a lock held or a
+// message half built.
+void only_cancelled_between_rounds()
+{
+    ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+}
+
 bool is_telephony(int fd)
 {
     return fd == imsua::load_shared(IMS_User_Agent::__ua_tapi_asyncfd) ||
@@ -73,12 +80,10 @@ int IMS_User_Agent::create_external_interface_thread()
     return 0;
 }
 
-// Nearly everything below is a cancellation point; the thread must not end with a lock held or a message half
-// built. So it can be cancelled only where the loop allows it.
 void* IMS_User_Agent::wrap_ext_thread(void* ua)
 {
     if (!ua) return nullptr;
-    ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+    only_cancelled_between_rounds();
     const int listener = imsua::load_shared(__ua_tapi_listenfd);
     if (listener >= 0) {
         __ua_sock._listen(listener, 2);
@@ -91,6 +96,7 @@ void* IMS_User_Agent::wrap_ext_thread(void* ua)
 
 void IMS_User_Agent::wait_for_ext_message()
 {
+    only_cancelled_between_rounds();
     std::vector<int> readable;
     for (;;) {
         if (__ua_sock._select("rw", readable) >= 0)
@@ -98,7 +104,7 @@ void IMS_User_Agent::wait_for_ext_message()
                 serve_descriptor(fd);
         ::pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, nullptr);
         ext_thread_->testCancel();
-        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, nullptr);
+        only_cancelled_between_rounds();
     }
 }
 

@@ -6,7 +6,6 @@
 #include "baseuafw/descriptor_sets.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
@@ -26,8 +25,11 @@ struct IMS_socket::Impl {
     std::vector<int> pinned;
     int dead = -1; // a socket without a peer, laid over pinned descriptors when they are closed
     int wakeup = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    std::vector<pollfd> spare;   // keeps its memory from one poll to the next
-    std::atomic<int> waiting{0}; // threads in poll, or about to be with a copy of the sets
+    std::vector<pollfd> spare; // keeps its memory from one poll to the next
+    int waiting = 0;           // threads in poll, or about to be with a copy of the sets
+    int not_yet_woken = 0;     // those of them that the newest wake-up was meant for and has not reached
+    unsigned wakeups = 0;
+    class Waiting;
 
     ~Impl()
     {
@@ -35,19 +37,24 @@ struct IMS_socket::Impl {
         if (dead >= 0) ::close(dead);
     }
     bool is_pinned(int fd) const { return std::find(pinned.begin(), pinned.end(), fd) != pinned.end(); }
-    void wake() const
+    // The caller holds the lock.
+    void wake()
     {
+        ++wakeups;
+        not_yet_woken = waiting;
         const std::uint64_t one = 1;
         while (::write(wakeup, &one, sizeof one) < 0 && errno == EINTR) {
         } // EAGAIN: it is awake enough
     }
     // A blocked poll looks at a copy of the sets.
-    void sets_changed() const
+    void sets_changed()
     {
         if (waiting > 0) wake();
     }
+    // The first thread to wake up must leave the wake-up to the others: they would go on sleeping.
     void rest() const
     {
+        if (not_yet_woken > 0) return;
         std::uint64_t count = 0;
         while (::read(wakeup, &count, sizeof count) < 0 && errno == EINTR) {
         }
@@ -56,19 +63,32 @@ struct IMS_socket::Impl {
     void make_dead_socket();
 };
 
-namespace {
-
-// Counts a thread as waiting for as long as it is in poll, also when it is cancelled there.
-class Waiting {
+// Counts a thread as waiting for as long as it is in poll, also when it is cancelled there. The lock is free
+// in between.
+class IMS_socket::Impl::Waiting {
 public:
-    explicit Waiting(std::atomic<int>& count) : count_(count) { ++count_; }
-    ~Waiting() { --count_; }
+    Waiting(Impl& impl, std::unique_lock<std::mutex>& guard)
+        : impl_(impl), guard_(guard), wakeups_(impl.wakeups)
+    {
+        ++impl_.waiting;
+        guard_.unlock();
+    }
+    ~Waiting()
+    {
+        guard_.lock();
+        --impl_.waiting;
+        if (wakeups_ != impl_.wakeups) --impl_.not_yet_woken;
+    }
     Waiting(const Waiting&) = delete;
     Waiting& operator=(const Waiting&) = delete;
 
 private:
-    std::atomic<int>& count_;
+    Impl& impl_;
+    std::unique_lock<std::mutex>& guard_;
+    const unsigned wakeups_; // as it began to wait
 };
+
+namespace {
 
 // -1 with `error`, having closed `fd` if there is one.
 int fail(int error, int fd = -1)
@@ -228,12 +248,10 @@ int IMS_socket::_select(const char* mode, std::vector<int>& readable)
         polled.assign(1, {impl_->wakeup, POLLIN, 0});
         impl_->sets.append_to(polled, baseuafw::events_of(mode));
         {
-            const Waiting waiting(impl_->waiting);
-            guard.unlock();
+            const Impl::Waiting waiting(*impl_, guard);
             if (::poll(polled.data(), polled.size(), -1) < 0) return -1;
         }
         if (polled[0].revents != 0) impl_->rest();
-        guard.lock();
         impl_->sets.take_readable(polled, 1, readable);
         polled.swap(impl_->spare);
         return static_cast<int>(readable.size());
@@ -297,6 +315,7 @@ void IMS_socket::_pin(int fd)
 
 void IMS_socket::_wake()
 {
+    const std::lock_guard<std::mutex> guard(impl_->lock);
     impl_->wake();
 }
 

@@ -1,4 +1,5 @@
 #include "tests/core/running_agent.h"
+#include "tests/platform/baseuafw/blocked_thread.h"
 #include "tests/support/child.h"
 #include "tests/support/failing_calls.h"
 
@@ -7,6 +8,7 @@
 #include <cstdio>
 #include <dirent.h>
 #include <fcntl.h>
+#include <fstream>
 #include <future>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
@@ -184,6 +186,46 @@ TEST_F(ARunningAgent, AcceptsAndWatchesAThirdClientButDropsItsBytes)
     EXPECT_EQ(asynchronous(), before[0]);
     EXPECT_EQ(synchronous(), before[1]);
     EXPECT_FALSE(agent->has_messages());
+}
+
+std::promise<void>* action_entered = nullptr;
+std::shared_future<void>* action_may_end = nullptr;
+
+void* wait_in_the_action(TAC_MSG_S* msg)
+{
+    action_entered->set_value();
+    action_may_end->wait();
+    ::pthread_testcancel(); // and so is much of what a handler calls
+    return new_record(msg->msg_id);
+}
+
+constexpr TAPI_EVENT_ACTION_TABLE_T waiting_table[] = {{1, &wait_in_the_action}, {TAPI_TABLE_END, nullptr}};
+
+// The kernel lets one more in than it was told.
+TEST_F(ARunningAgent, LetsTwoClientsWaitWhileItIsBusy)
+{
+    std::promise<void> entered;
+    std::promise<void> may_end;
+    std::shared_future<void> end = may_end.get_future().share();
+    action_entered = &entered;
+    action_may_end = &end;
+    ifc.initialize_event_tbl(waiting_table);
+    ASSERT_TRUE(start_and_connect());
+    ASSERT_TRUE(async_client.send(bytes_of({1})));
+    entered.get_future().wait();
+    sockaddr_storage address{};
+    socklen_t size = sizeof address;
+    ::getsockname(listening(), reinterpret_cast<sockaddr*>(&address), &size);
+    std::vector<std::unique_ptr<StreamEnd>> clients;
+    int connected = 0;
+    while (connected == static_cast<int>(clients.size()) && connected < 10) {
+        clients.push_back(
+            std::make_unique<StreamEnd>(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)));
+        if (::connect(clients.back()->fd(), reinterpret_cast<sockaddr*>(&address), size) == 0) ++connected;
+    }
+    EXPECT_EQ(connected, 2 + 1);
+    may_end.set_value();
+    EXPECT_TRUE(agent->turns(1));
 }
 
 // ---- the end of a connection ----
@@ -604,18 +646,22 @@ TEST(AProvisioningMessage, HasNoLinesWithoutMemory)
 
 // ---- cancellation and the end of the agent ----
 
-std::promise<void>* action_entered = nullptr;
-std::shared_future<void>* action_may_end = nullptr;
-
-void* wait_in_the_action(TAC_MSG_S* msg)
+bool every_other_thread_sleeps()
 {
-    action_entered->set_value();
-    action_may_end->wait();
-    ::pthread_testcancel(); // and so is much of what a handler calls
-    return new_record(msg->msg_id);
+    DIR* const tasks = ::opendir("/proc/self/task");
+    const std::string self = std::to_string(::syscall(SYS_gettid));
+    bool all = true;
+    while (const dirent* const task = ::readdir(tasks)) {
+        if (task->d_name[0] == '.' || task->d_name == self) continue;
+        std::ifstream stat(std::string("/proc/self/task/") + task->d_name + "/stat");
+        std::string text;
+        std::getline(stat, text);
+        const std::size_t name_end = text.rfind(')');
+        all = all && (name_end == std::string::npos || text.compare(name_end, 3, ") S") == 0);
+    }
+    ::closedir(tasks);
+    return all;
 }
-
-constexpr TAPI_EVENT_ACTION_TABLE_T waiting_table[] = {{1, &wait_in_the_action}, {TAPI_TABLE_END, nullptr}};
 
 TEST_F(ARunningAgent, IsNotCancelledInTheMiddleOfAMessage)
 {
@@ -646,6 +692,32 @@ TEST_F(ARunningAgent, IsCancelledAfterTheRoundThatItWaitsFor)
     agent->ext_thread_->wait_until_ended();
     EXPECT_FALSE(agent->ext_thread_->is_running());
     EXPECT_LE(agent->seen.size(), 2u);
+}
+
+// Also where the loop runs on a thread of the caller's: not in the wait itself, where it holds what the next
+// round needs.
+TEST_F(ARunningAgent, LetsAnyThreadThatRunsItsLoopBeCancelledBetweenTwoRoundsOnly)
+{
+    FrameworkChannel channel;
+    IMS_User_Agent::__ua_sock._set(channel.agent_fd, "r");
+    BlockedThread thread([&] { agent->wait_for_ext_message(); });
+    ASSERT_EQ(::pthread_cancel(thread.handle()), 0);
+    ASSERT_TRUE(channel.daemon->send("last"));
+    thread.join();
+    EXPECT_EQ(log.of("wait_for_ext_message"), (Records{received(4)}));
+}
+
+// They wait for the same descriptors, and neither must take a wake-up that was meant for the other.
+TEST_F(ARunningAgent, MayEndWhileAnotherOneRuns)
+{
+    for (int round = 0; round < 20; ++round) {
+        TelephonyAgent other;
+        TelephonyAgent third;
+        ASSERT_EQ(other.create_external_interface_thread(), 1);
+        ASSERT_EQ(third.create_external_interface_thread(), 1);
+        ASSERT_TRUE(soon([] { return every_other_thread_sleeps(); }));
+    }
+    ASSERT_TRUE(start_and_connect());
 }
 
 TEST_F(ARunningAgent, IsStoppedWhileClientsKeepSending)

@@ -8,6 +8,7 @@
 #include "tests/support/temp_dir.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -427,6 +428,27 @@ TEST_F(AConnection, SelectReturnsEmptyWhenWoken)
     thread.join();
     EXPECT_EQ(result, 0);
     EXPECT_EQ(found, Descriptors{});
+}
+
+// The first to wake up does not take it from the others, even when it waits again before they run.
+TEST_F(AConnection, WakesEveryThreadThatIsBlocked)
+{
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<bool> all_woken{false};
+        BlockedThread busy([&] {
+            do
+                readable();
+            while (!all_woken);
+        });
+        {
+            BlockedThread second([&] { readable(); });
+            BlockedThread third([&] { readable(); });
+            sock._wake();
+        } // joined
+        all_woken = true;
+        sock._wake();
+        busy.join();
+    }
 }
 
 TEST_F(AConnection, AWakeBeforeTheSelectIsNotLost)
