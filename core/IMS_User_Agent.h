@@ -106,14 +106,15 @@ public:
     // socket if that is open. 1, also when it was started before, or 0; logged at level 5 or 3.
     int create_external_interface_thread();
 
-    // The thread's entry; `ua` is the IMS_User_Agent. Listens on the telephony socket (two may wait) and
-    // enters wait_for_ext_message. From here on the thread can be cancelled between two rounds of that loop
-    // only.
+    // The thread's entry; `ua` is the IMS_User_Agent, null returns at once. Listens on the telephony socket
+    // (two may wait), watches it and the framework's socket, and enters wait_for_ext_message.
     static void* wrap_ext_thread(void* ua);
 
     // The thread's loop. Each read, 1023 bytes at most, is one batch: framework text goes to
     // handle_fwk_message, telephony bytes to the installed interface; bytes of any other descriptor are
-    // dropped. A connection whose peer is gone is closed, and the loop goes on.
+    // dropped. A connection whose peer is gone is closed, and the loop goes on. The calling thread can be
+    // cancelled between two rounds only: a pending cancellation waits for the next arrival (or
+    // IMS_socket::_wake).
     [[noreturn]] void wait_for_ext_message();
 
     // Accepts a telephony connection and watches it: the first becomes __ua_tapi_asyncfd, the second

@@ -67,7 +67,7 @@ public:
     // From now on _close(fd) keeps the number taken; for descriptors that other threads remember.
     void _pin(int fd);
 
-    // Makes the blocked _select return, or the next one when none is blocked.
+    // Makes every blocked _select return, or the next one when none is blocked.
     void _wake();
 
     // Where a socket's file stands: in the directory $IMS_SOCKET_DIR, or in the working directory when that
