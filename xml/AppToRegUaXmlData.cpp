@@ -25,8 +25,7 @@ int AppToRegUaXmlData::parseXml()
         {"//error", error},
         {"//diagnostic", diagnostic},
     };
-    text.read(fields);
-    return 0;
+    return text.read(fields);
 }
 
 int AppToRegUaXmlData::encodeXml()

@@ -53,8 +53,7 @@ int DALinkAvailEvXmlData::parseXml()
         {"//utran-cell-id-3gpp", threegpp.utran_cell_id},
         {"//AP", ieee.ap},
     };
-    text.read(fields);
-    return 0;
+    return text.read(fields);
 }
 
 int DALinkAvailEvXmlData::encodeXml()

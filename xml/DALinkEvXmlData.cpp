@@ -6,6 +6,7 @@
 
 using imsua::xml::build;
 using imsua::xml::Element;
+using imsua::xml::guarded;
 using imsua::xml::Lookup;
 using imsua::xml::ParsedText;
 
@@ -79,16 +80,16 @@ int DALinkEvXmlData::parseXml()
         {"//cause", device.cause},
         {"//proxy-list", proxies},
     };
-    text.read(fields);
-    if (!proxies.empty()) parse_proxy_list(proxies);
-    return 0;
+    if (text.read(fields) != 0) return -1;
+    return proxies.empty() ? 0 : imsua::xml::append_proxies(proxies, BETWEEN_PROXIES, proxy_list);
 }
 
 int DALinkEvXmlData::encodeXml()
 {
     XmlSection section(XmlSection::Kind::work);
     const bool covers = !coverage.access_type.empty();
-    if (publish(covers ? coverage_form(*this) : profile_form(*this)) != 0) return -1;
+    const auto write = [&] { return publish(covers ? coverage_form(*this) : profile_form(*this)); };
+    if (guarded("encodeXml", write) != 0) return -1;
     IMS_log::loginfo(5, "encodeXml", "Buff size = %d ptr: %p", buffer_length,
                      static_cast<const void*>(encoded_buffer));
     return 0;

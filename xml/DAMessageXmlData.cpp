@@ -6,12 +6,33 @@
 
 using imsua::xml::build;
 using imsua::xml::Element;
+using imsua::xml::guarded;
 using imsua::xml::Lookup;
 using imsua::xml::ParsedText;
 
 namespace {
 
 constexpr char BETWEEN_PROXIES = ',';
+
+xmlDocPtr discovery(const DAMessageXmlData& d)
+{
+    const std::string listed = imsua::xml::proxies_to_text(d.proxy_list, BETWEEN_PROXIES);
+    const std::string& proxies = d.ip_address.empty() ? listed : d.ip_address;
+    const Element tree[] = {
+        {1, "profile-info"},
+        {2, "name", d.name},
+        {2, "kiv-profile-id", d.profile_id},
+        {2, "link-reference", d.link_reference},
+        {2, "action", d.action},
+        {2, "napi-profile-name", d.napi_profile_name},
+        {2, "proxy"},
+        {3, "disc-pref", d.disc_pref},
+        {3, "dns-realm", d.dns_realm},
+        {3, "dns-services", d.dns_services},
+        {3, "ip-address", proxies, Element::UNLESS_EMPTY},
+    };
+    return build("link-info", tree);
+}
 
 } // namespace
 
@@ -37,30 +58,14 @@ int DAMessageXmlData::parseXml()
         {"//dns-realm", dns_realm},
         {"//dns-services", dns_services},
     };
-    text.read(fields);
-    if (!ip_address.empty()) parse_proxy_list(ip_address);
-    return 0;
+    if (text.read(fields) != 0) return -1;
+    return ip_address.empty() ? 0 : imsua::xml::append_proxies(ip_address, BETWEEN_PROXIES, proxy_list);
 }
 
 int DAMessageXmlData::encodeXml()
 {
     XmlSection section(XmlSection::Kind::work);
-    const std::string listed = imsua::xml::proxies_to_text(proxy_list, BETWEEN_PROXIES);
-    const std::string& proxies = ip_address.empty() ? listed : ip_address;
-    const Element tree[] = {
-        {1, "profile-info"},
-        {2, "name", name},
-        {2, "kiv-profile-id", profile_id},
-        {2, "link-reference", link_reference},
-        {2, "action", action},
-        {2, "napi-profile-name", napi_profile_name},
-        {2, "proxy"},
-        {3, "disc-pref", disc_pref},
-        {3, "dns-realm", dns_realm},
-        {3, "dns-services", dns_services},
-        {3, "ip-address", proxies, Element::UNLESS_EMPTY},
-    };
-    if (publish(build("link-info", tree)) != 0) return -1;
+    if (guarded("encodeXml", [&] { return publish(discovery(*this)); }) != 0) return -1;
     IMS_log::loginfo(5, "encodeXml", "Buff size =%d ptr: %p", buffer_length,
                      static_cast<const void*>(encoded_buffer));
     return 0;

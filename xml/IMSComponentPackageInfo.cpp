@@ -20,8 +20,7 @@ int IMSComponentPackageInfo::parseXml()
     ParsedText text("inside parseXml", buffer, buffer_length);
     if (!text) return -1;
     const Lookup fields[] = {{"//package-info", package_info}};
-    text.read(fields);
-    return 0;
+    return text.read(fields);
 }
 
 int IMSComponentPackageInfo::encodeXml()

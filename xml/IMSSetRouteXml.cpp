@@ -24,8 +24,7 @@ int IMSSetRouteXml::parseXml()
         {"//ip-address", ip_address},     {"//name", name},
         {"//ue-sip-port", ue_sip_port},
     };
-    text.read(fields);
-    return 0;
+    return text.read(fields);
 }
 
 int IMSSetRouteXml::encodeXml()

@@ -26,8 +26,7 @@ int NotifyUaXmlData::parseXml()
         {"//reg-status", reg_status},
         {"//access-network", access_network},
     };
-    text.read(fields);
-    return 0;
+    return text.read(fields);
 }
 
 int NotifyUaXmlData::encodeXml()

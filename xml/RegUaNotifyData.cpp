@@ -24,6 +24,5 @@ int RegUaNotifyData::parseXml()
         {"//uri", uri},
         {"//event", event},
     };
-    text.read(fields);
-    return 0;
+    return text.read(fields);
 }

@@ -5,8 +5,32 @@
 
 using imsua::xml::build;
 using imsua::xml::Element;
+using imsua::xml::guarded;
 using imsua::xml::Lookup;
 using imsua::xml::ParsedText;
+
+namespace {
+
+xmlDocPtr description(const RegUaXmlData& d)
+{
+    const std::string header = d.header_name + ": " + d.header_value;
+    const Element tree[] = {
+        {1, "profile-info"},
+        {2, "name", d.name},
+        {1, "aor", d.aor},
+        {2, "request-routing-support"},
+        {3, "methods", d.methods},
+        {3, "content-type", d.content_type},
+        {3, "events", d.events},
+        {2, "ua-specific-parameters"},
+        {3, "sip-headers"},
+        {4, "header", header},
+        {3, "ua-section-in-network-profile", d.ua_section},
+    };
+    return build("ua-info", tree);
+}
+
+} // namespace
 
 RegUaXmlData::RegUaXmlData() = default;
 
@@ -29,12 +53,13 @@ int RegUaXmlData::parseXml()
         {"//ua-section-in-network-profile", ua_section},
         {"//sip-headers", header},
     };
-    text.read(fields);
+    if (text.read(fields) != 0) return -1;
     std::vector<std::string> parts;
     IMS_utility::tokenize(header, parts, ":");
+    if (parts.empty() && !header.empty()) return -1; // no memory, and logged
     if (parts.size() == 2) {
-        header_name = parts[0];
-        header_value = parts[1];
+        header_name = std::move(parts[0]);
+        header_value = std::move(parts[1]);
     }
     return 0;
 }
@@ -42,21 +67,7 @@ int RegUaXmlData::parseXml()
 int RegUaXmlData::encodeXml()
 {
     XmlSection section(XmlSection::Kind::work);
-    const std::string header = header_name + ": " + header_value;
-    const Element tree[] = {
-        {1, "profile-info"},
-        {2, "name", name},
-        {1, "aor", aor},
-        {2, "request-routing-support"},
-        {3, "methods", methods},
-        {3, "content-type", content_type},
-        {3, "events", events},
-        {2, "ua-specific-parameters"},
-        {3, "sip-headers"},
-        {4, "header", header},
-        {3, "ua-section-in-network-profile", ua_section},
-    };
-    if (publish(build("ua-info", tree)) != 0) return -1;
+    if (guarded("encodeXml", [&] { return publish(description(*this)); }) != 0) return -1;
     IMS_log::loginfo(5, "encodeXml", "Buff size=%d ptr: %p", buffer_length,
                      static_cast<const void*>(encoded_buffer));
     return 0;

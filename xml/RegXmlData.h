@@ -43,6 +43,10 @@ public:
 
     // The whole text of the first "uri" of `contact` (borrowed), untrimmed; "" when it has none.
     void get_uri(xmlNode* contact, std::string& uri);
+
+private:
+    int read_all(const xmlNode* root); // throws bad_alloc, as the next one
+    void append(std::string aor, std::string state, int expires);
 };
 
 #endif

@@ -36,8 +36,7 @@ int RegistrarToRegUaXmlData::parseXml()
         {"//max-attempts", max_attempts},
         {"//interval", interval},
     };
-    text.read(fields);
-    return 0;
+    return text.read(fields);
 }
 
 int RegistrarToRegUaXmlData::encodeXml()

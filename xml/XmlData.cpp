@@ -2,12 +2,13 @@
 
 #include "baseuafw/baseuafw.h"
 #include "include/text.h"
-#include "xml/XmlSection.h"
+#include "xml/fields.h"
 
 #include <libxml/parser.h>
 #include <libxml/xpath.h>
 
 #include <cstring>
+#include <memory>
 #include <new>
 
 using imsua::shown;
@@ -17,6 +18,13 @@ namespace {
 enum : int {
     OLDEST_LIBXML2 = 20616, // 2.6.16
     DEEPEST_ENTITY = 64     // libxml2 refuses more than 40, but for a text that it recovers
+};
+
+struct FreeText {
+    void operator()(xmlChar* text) const { xmlFree(text); }
+};
+struct FreeFound {
+    void operator()(xmlXPathObjectPtr found) const { xmlXPathFreeObject(found); }
 };
 
 const char* plain(const xmlChar* text)
@@ -76,10 +84,8 @@ bool own_text(xmlDocPtr doc, xmlNodePtr node, std::string& out)
 {
     if (!node || node->type == XML_NAMESPACE_DECL) return false;
     if (has_references(node->children)) return append_expanded(doc, node->children, out);
-    xmlChar* text = xmlNodeListGetString(doc, node->children, 1);
-    const bool has_text = append(text, out);
-    xmlFree(text);
-    return has_text;
+    const std::unique_ptr<xmlChar, FreeText> text(xmlNodeListGetString(doc, node->children, 1));
+    return append(text.get(), out);
 }
 
 bool first_text(xmlDocPtr doc, const char* xpath, xmlNodeSetPtr nodes, std::string& out)
@@ -124,16 +130,22 @@ int XmlData::encodeXml()
 
 bool XmlData::get_value(xmlDocPtr doc, const char* xpath, std::string& out)
 {
+    bool found = false;
+    if (imsua::while_memory_lasts([&] { found = imsua::xml::look_up(doc, xpath, out); })) return found;
+    out.clear();
+    IMS_log::loginfo(3, "get_value", "out of memory");
+    return false;
+}
+
+bool imsua::xml::look_up(xmlDocPtr doc, const char* xpath, std::string& out)
+{
     if (!doc) {
         IMS_log::loginfo(4, "get_value", "doc_ptr is null");
         return false;
     }
     XmlSection section(XmlSection::Kind::lookup);
-    xmlXPathObjectPtr found = evaluate(doc, xpath);
-    if (!found) return false;
-    const bool has_text = first_text(doc, xpath, found->nodesetval, out);
-    xmlXPathFreeObject(found);
-    return has_text;
+    const std::unique_ptr<xmlXPathObject, FreeFound> found(evaluate(doc, xpath));
+    return found && first_text(doc, xpath, found->nodesetval, out);
 }
 
 int XmlData::publish(xmlDocPtr doc)

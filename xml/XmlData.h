@@ -37,7 +37,8 @@ public:
 
     // Reads buffer/buffer_length into the fields. An element that is absent leaves its field as it was and
     // is no failure. -1: null buffer ("NULL buffer cannot be parsed") or not well-formed ("Could not create
-    // DOM"); the fields are untouched. The base does nothing and returns -1.
+    // DOM"); the fields are untouched. Out of memory is -1 too, level 3; what was read by then stays. The
+    // base does nothing and returns -1.
     //
     // No external entity, parameter entity or external DTD is ever loaded; internal entities are expanded,
     // so bound what you hand in (1024 bytes expand to less than 80 kB, 16 KiB to some 22 MB).
@@ -54,7 +55,7 @@ public:
     // Evaluates `xpath` on `doc` and stores the own text of the first node found, entity references
     // expanded and surrounding blanks stripped, in `out`. True when there is such a text.
     // False, with a level-4 line: null `doc`, bad expression, or no node: `out` unchanged; a node without
-    // text: `out` is empty. Uses no document object; borrows `doc`.
+    // text, or out of memory (level 3): `out` is empty. Uses no document object; borrows `doc`.
     static bool get_value(xmlDocPtr doc, const char* xpath, std::string& out);
 
     XmlData(const XmlData&) = delete;

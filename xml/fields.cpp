@@ -2,7 +2,6 @@
 
 #include "baseuafw/baseuafw.h"
 #include "include/text.h"
-#include "xml/XmlData.h"
 
 #include <libxml/parser.h>
 
@@ -50,11 +49,11 @@ xmlDocPtr build(const char* root, const Element* rows, std::size_t count)
 void Lookup::read(xmlDocPtr doc) const
 {
     if (text_) {
-        XmlData::get_value(doc, expression_, *text_);
+        look_up(doc, expression_, *text_);
         return;
     }
     std::string digits;
-    XmlData::get_value(doc, expression_, digits);
+    look_up(doc, expression_, digits);
     if (!digits.empty()) *number_ = IMS_atoi(digits.c_str());
 }
 
@@ -82,6 +81,15 @@ ParsedText::~ParsedText()
     if (!tree_) return;
     xmlFreeDoc(tree_);
     section_.end_with(XmlSection::End::parsed);
+}
+
+int ParsedText::read(const Lookup* rows, std::size_t count) const
+{
+    return guarded("parseXml", [&] {
+        for (std::size_t i = 0; i < count; ++i)
+            rows[i].read(tree_);
+        return 0;
+    });
 }
 
 } // namespace imsua::xml

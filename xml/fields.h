@@ -14,6 +14,8 @@
 #ifndef XML_FIELDS_H_INCLUDED
 #define XML_FIELDS_H_INCLUDED
 
+#include "baseuafw/baseuafw.h"
+#include "include/while_memory_lasts.h"
 #include "xml/XmlSection.h"
 
 #include <libxml/tree.h>
@@ -23,6 +25,19 @@
 #include <string>
 
 namespace imsua::xml {
+
+// What `work` returns, 0 or -1; -1 and a level-3 line under `operation` when it runs out of memory.
+template <typename Work>
+int guarded(const char* operation, Work work)
+{
+    int status = -1;
+    if (while_memory_lasts([&] { status = work(); })) return status;
+    IMS_log::loginfo(3, operation, "out of memory");
+    return -1;
+}
+
+// XmlData::get_value, for callers that have to know when memory runs out: throws bad_alloc then.
+bool look_up(xmlDocPtr doc, const char* xpath, std::string& out);
 
 // One element to write. `depth` 1 is a child of the root; an element deeper than the one before it is that
 // one's child, also when that one has a text. It holds a text, a number in decimal, or nothing of its own.
@@ -73,6 +88,7 @@ public:
     Lookup(const char* expression, std::string& text) : expression_(expression), text_(&text) {}
     Lookup(const char* expression, std::int32_t& number) : expression_(expression), number_(&number) {}
 
+    // Throws bad_alloc.
     void read(xmlDocPtr doc) const;
 
 private:
@@ -96,18 +112,20 @@ public:
     explicit operator bool() const { return tree_ != nullptr; }
     xmlDocPtr tree() const { return tree_; } // borrowed
 
-    // Reads the rows, first to last.
+    // Reads the rows, first to last. 0; -1 when memory runs out: what was read by then stays, and it is
+    // logged.
     template <std::size_t N>
-    void read(const Lookup (&rows)[N]) const
+    int read(const Lookup (&rows)[N]) const
     {
-        for (const Lookup& row : rows)
-            row.read(tree_);
+        return read(rows, N);
     }
 
     ParsedText(const ParsedText&) = delete;
     ParsedText& operator=(const ParsedText&) = delete;
 
 private:
+    int read(const Lookup* rows, std::size_t count) const;
+
     XmlSection section_;
     xmlDocPtr tree_ = nullptr;
 };

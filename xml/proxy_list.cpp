@@ -2,8 +2,42 @@
 
 #include "baseuafw/baseuafw.h"
 #include "include/text.h"
+#include "xml/fields.h"
+
+#include <new>
 
 namespace imsua::xml {
+
+namespace {
+
+// Splits a text that is not empty, which gives a piece at least; none is what tokenize leaves when memory
+// runs out.
+void split(const std::string& text, std::vector<std::string>& pieces, const std::string& delimiter)
+{
+    IMS_utility::tokenize(text, pieces, delimiter);
+    if (pieces.empty() && !text.empty()) throw std::bad_alloc();
+}
+
+void append_all(const std::string& text, char separator, std::vector<IMS_DA_PROXY_INFO>& proxies)
+{
+    std::vector<std::string> entries;
+    std::vector<std::string> items;
+    split(text, entries, std::string(1, separator));
+    for (const std::string& entry : entries) {
+        split(entry, items, ":");
+        if (items.size() != 3) {
+            IMS_log::loginfo(4, "parse_proxy_list", "Wrong number of elements in the proxy_list");
+            continue;
+        }
+        IMS_DA_PROXY_INFO proxy;
+        proxy.port = IMS_atoi(items[2].c_str());
+        proxy.address = std::move(items[0]);
+        proxy.kind = std::move(items[1]);
+        proxies.push_back(std::move(proxy));
+    }
+}
+
+} // namespace
 
 std::string proxies_to_text(const std::vector<IMS_DA_PROXY_INFO>& proxies, char separator)
 {
@@ -16,23 +50,12 @@ std::string proxies_to_text(const std::vector<IMS_DA_PROXY_INFO>& proxies, char 
     return text;
 }
 
-void append_proxies(const std::string& text, char separator, std::vector<IMS_DA_PROXY_INFO>& proxies)
+int append_proxies(const std::string& text, char separator, std::vector<IMS_DA_PROXY_INFO>& proxies)
 {
-    std::vector<std::string> entries;
-    std::vector<std::string> items;
-    IMS_utility::tokenize(text, entries, std::string(1, separator));
-    for (const std::string& entry : entries) {
-        IMS_utility::tokenize(entry, items, ":");
-        if (items.size() != 3) {
-            IMS_log::loginfo(4, "parse_proxy_list", "Wrong number of elements in the proxy_list");
-            continue;
-        }
-        IMS_DA_PROXY_INFO proxy;
-        proxy.address = items[0];
-        proxy.kind = items[1];
-        proxy.port = IMS_atoi(items[2].c_str());
-        proxies.push_back(std::move(proxy));
-    }
+    return guarded("parse_proxy_list", [&] {
+        append_all(text, separator, proxies);
+        return 0;
+    });
 }
 
 } // namespace imsua::xml

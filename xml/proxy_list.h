@@ -10,13 +10,14 @@
 
 namespace imsua::xml {
 
-// The proxies in list order; no separator after the last, and "" for an empty list.
+// The proxies in list order; no separator after the last, and "" for an empty list. Throws bad_alloc.
 std::string proxies_to_text(const std::vector<IMS_DA_PROXY_INFO>& proxies, char separator);
 
 // Appends the proxies of `text` to `proxies`. An entry that has not exactly three items (an address with
 // colons has more) is skipped with a level-4 line under "parse_proxy_list"; a port without digits is 0.
-// `text` may be a part of `proxies`.
-void append_proxies(const std::string& text, char separator, std::vector<IMS_DA_PROXY_INFO>& proxies);
+// `text` may be a part of `proxies`. 0; -1 when memory runs out: the proxies before that are appended, and it
+// is logged.
+int append_proxies(const std::string& text, char separator, std::vector<IMS_DA_PROXY_INFO>& proxies);
 
 } // namespace imsua::xml
 

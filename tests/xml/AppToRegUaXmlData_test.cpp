@@ -46,14 +46,7 @@ TEST(AnApplicationsRequest, ReadsEachFieldFromItsElement)
 
 TEST(AnApplicationsRequest, TellsWhereItsTreeStandsBeforeTheLookUps)
 {
-    LogRecords log;
-    D d;
-    ASSERT_EQ(parse(d, "<eventinfo/>"), 0);
-    const auto lines = log.all();
-    ASSERT_EQ(lines.size(), 5u);
-    EXPECT_EQ(lines[1].level, 5);
-    EXPECT_EQ(lines[1].function, "parseXml");
-    EXPECT_THAT(lines[1].text, testing::MatchesRegex("doc=0x[0-9a-f]+"));
+    expect_place_of_the_tree<D>();
 }
 
 TEST(AnApplicationsRequest, RefusesWhatCannotBeRead)

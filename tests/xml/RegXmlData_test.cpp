@@ -433,6 +433,32 @@ TEST_F(ATree, IsReadFromItsRoot)
     EXPECT_THAT(log.all(), IsEmpty());
 }
 
+// The parser gives even `aor=""` a text node; a tree that a program built need not have one.
+TEST_F(ATree, HasEmptyTextsWhereAttributesHoldNothingAtAll)
+{
+    const auto mark = [](xmlNode* node, const char* name) {
+        xmlNewProp(node, reinterpret_cast<const xmlChar*>(name), nullptr);
+    };
+    xmlNode* root = root_of("<reginfo state=\"full\"><registration><contact/></registration></reginfo>");
+    mark(root->children, "aor");
+    mark(root->children->children, "state");
+    mark(root->children->children, "expires");
+    EXPECT_EQ(d.getValues(root), 0);
+    EXPECT_THAT(d.aors, ElementsAre(""));
+    EXPECT_THAT(d.states, ElementsAre(""));
+    EXPECT_THAT(d.expires_list, ElementsAre(0));
+}
+
+TEST_F(ATree, WhoseStateHoldsNothingAtAllIsRefused)
+{
+    xmlNode* root = root_of("<reginfo/>");
+    xmlNewProp(root, reinterpret_cast<const xmlChar*>("state"), nullptr);
+    d.reginfo_state = "kept";
+    EXPECT_EQ(d.getValues(root), -1);
+    EXPECT_EQ(log.all(), (std::vector<LogRecord>{{4, "getValues", "should not happen\n"}}));
+    EXPECT_EQ(d.reginfo_state, "kept");
+}
+
 TEST_F(ATree, OfARegistrationGivesTheLocalContactsStateAndExpiry)
 {
     std::string state = "before";

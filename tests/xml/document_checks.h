@@ -7,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <libxml/parser.h>
 
 #include <cstdio>
 #include <initializer_list>
@@ -131,6 +132,25 @@ void expect_encoding(Document& document, const std::string& text, const char* li
     wanted.replace(wanted.find("%d"), 2, std::to_string(document.buffer_length));
     wanted.replace(wanted.find("%p"), 2, pointer(document.encoded_buffer));
     EXPECT_EQ(log.all(), (std::vector<LogRecord>{{5, "encodeXml", wanted}}));
+}
+
+// The second line of a parse tells where the tree stands, seen by libxml2's own word on it.
+template <typename Document>
+void expect_place_of_the_tree()
+{
+    static const void* tree;
+    tree = nullptr;
+    xmlRegisterNodeDefault([](xmlNode* node) {
+        if (node->type == XML_DOCUMENT_NODE) tree = node;
+    });
+    LogRecords log;
+    Document d;
+    const int status = parse(d, "<eventinfo/>");
+    xmlRegisterNodeDefault(nullptr);
+    ASSERT_EQ(status, 0);
+    ASSERT_NE(tree, nullptr);
+    EXPECT_EQ(log.all().at(1), (LogRecord{5, "parseXml", "doc=" + pointer(tree)}));
+    EXPECT_EQ(log.of("parseXml").size(), 2u);
 }
 
 // Encoding is refused, in silence, and changes nothing.

@@ -1,4 +1,5 @@
 // Every document while memory runs out at each possible moment: libxml2's n-th allocation fails, for each n.
+#include "tests/support/memory_sweep.h"
 #include "tests/support/sample_documents.h"
 #include "tests/xml/document_checks.h"
 #include "tests/xml/failing_allocations.h"
@@ -6,6 +7,7 @@
 
 #include <ctime>
 #include <gtest/gtest.h>
+#include <memory>
 
 namespace {
 
@@ -126,6 +128,159 @@ TEST_F(AReceivedTextWithoutMemory, IsNoRegistrationStateOrAWholeOne)
             }
         }
     }
+}
+
+// ---- our own allocations: the texts of the fields, the lists
+
+// Longer than what a string holds without an allocation.
+const std::string LONG = "a text that is longer than what fits into a string itself";
+
+// Reads `text` with each allocation failing in turn: -1 and a line when one did, and nothing leaves.
+template <typename Document, typename Look>
+void expect_refused_when_memory_runs_out(const std::string& text, Look look)
+{
+    std::string received = text;
+    int status = 0;
+    std::unique_ptr<Document> d;
+    const int failures = sweep(
+        [&] {
+            d->buffer = received.data();
+            d->buffer_length = static_cast<int>(received.size());
+            status = d->parseXml();
+        },
+        [&](bool has_failed, int lines) {
+            EXPECT_EQ(status, has_failed ? -1 : 0);
+            EXPECT_EQ(lines > 0, has_failed); // who takes a text apart may tell it as well
+            look(*d);
+        },
+        [&] { d = std::make_unique<Document>(); });
+    EXPECT_GT(failures, 0);
+}
+
+template <typename Document>
+void expect_refused_when_memory_runs_out(const std::string& element)
+{
+    expect_refused_when_memory_runs_out<Document>(
+        "<any><" + element + ">" + LONG + "</" + element + "></any>", [](const Document&) {});
+}
+
+TEST(AReceivedTextWithoutRoom, IsRefused)
+{
+    expect_refused_when_memory_runs_out<DALinkEvXmlData>("status");
+    expect_refused_when_memory_runs_out<DALinkAvailEvXmlData>("hplmn");
+    expect_refused_when_memory_runs_out<IMSSetRouteXml>("ip-address");
+    expect_refused_when_memory_runs_out<IMSComponentPackageInfo>("package-info");
+    expect_refused_when_memory_runs_out<RegUaXmlData>("aor");
+    expect_refused_when_memory_runs_out<RegistrarToRegUaXmlData>("interval");
+    expect_refused_when_memory_runs_out<NotifyUaXmlData>("reg-status");
+    expect_refused_when_memory_runs_out<AppToRegUaXmlData>("diagnostic");
+    expect_refused_when_memory_runs_out<RegUaNotifyData>("event");
+}
+
+TEST(AReceivedTextWithoutRoom, IsRefusedAlsoWhereItIsTakenApart)
+{
+    const std::string proxy = LONG + ":" + LONG + ":5060";
+    expect_refused_when_memory_runs_out<DALinkEvXmlData>(
+        "<l><proxy-list>" + proxy + ";" + proxy + "</proxy-list></l>", [](const DALinkEvXmlData& d) {
+            for (const auto& each : d.proxy_list)
+                EXPECT_EQ(each.address + each.kind, LONG + LONG);
+        });
+    expect_refused_when_memory_runs_out<DAMessageXmlData>(
+        "<l><ip-address>" + proxy + "," + proxy + "</ip-address></l>", [](const DAMessageXmlData& d) {
+            for (const auto& each : d.proxy_list)
+                EXPECT_EQ(each.address + each.kind, LONG + LONG);
+        });
+    expect_refused_when_memory_runs_out<RegUaXmlData>(
+        "<u><sip-headers>" + LONG + ":" + LONG + "</sip-headers></u>", [](const RegUaXmlData& d) {
+            EXPECT_EQ(d.header_name, d.header_value); // both or none
+        });
+}
+
+TEST(AReceivedTextWithoutRoom, GivesWholeEntriesOfRegistrationsOnly)
+{
+    std::string registrations;
+    for (int i = 0; i < 5; ++i)
+        registrations += "<registration aor=\"" + LONG + "\"><contact state=\"" + LONG +
+                         "\" expires=\"7\"><uri>" + LONG + "</uri></contact></registration>";
+    expect_refused_when_memory_runs_out<RegXmlData>(
+        "<reginfo state=\"" + LONG + "\">" + registrations + "</reginfo>", [](const RegXmlData& d) {
+            EXPECT_EQ(d.states, d.aors); // both are LONG
+            EXPECT_EQ(d.expires_list.size(), d.aors.size());
+        });
+}
+
+TEST(ARegistrationStateWithoutRoom, TellsItOfItsPartsToo)
+{
+    const std::string text = "<registration aor=\"a\"><contact state=\"" + LONG + "\"><uri>" + LONG +
+                             "</uri></contact></registration>";
+    const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> doc(
+        xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, 0), xmlFreeDoc);
+    xmlNode* const registration = xmlDocGetRootElement(doc.get());
+    RegXmlData d;
+    std::string state;
+    std::string uri;
+    int expires = 0;
+    bool found = false;
+    EXPECT_GT(sweep([&] { d.get_reg_info(registration, state, expires, found); },
+                    [&](bool has_failed, int lines) {
+                        EXPECT_EQ(found, !has_failed);
+                        EXPECT_EQ(lines, has_failed ? 1 : 0);
+                    }),
+              1);
+    EXPECT_GT(sweep([&] { d.get_uri(registration->children, uri); },
+                    [&](bool has_failed, int lines) {
+                        EXPECT_EQ(uri, has_failed ? "" : LONG);
+                        EXPECT_EQ(lines, has_failed ? 1 : 0);
+                    },
+                    [&] { uri = std::string(); }),
+              0);
+}
+
+TEST(AValueWithoutRoom, IsNotFound)
+{
+    const std::string text = "<a><b>" + LONG + "</b></a>";
+    const std::unique_ptr<xmlDoc, decltype(&xmlFreeDoc)> doc(
+        xmlReadMemory(text.data(), static_cast<int>(text.size()), nullptr, nullptr, 0), xmlFreeDoc);
+    std::string out;
+    bool found = false;
+    EXPECT_GT(sweep([&] { found = XmlData::get_value(doc.get(), "//b", out); },
+                    [&](bool has_failed, int lines) {
+                        EXPECT_EQ(found, !has_failed);
+                        EXPECT_EQ(out, has_failed ? "" : LONG);
+                        EXPECT_EQ(lines, has_failed ? 1 : 0);
+                    },
+                    [&] { out = std::string(); }),
+              0);
+}
+
+// Writes the document with each allocation failing in turn, at least `least` of them.
+template <typename Document>
+void expect_not_written_when_memory_runs_out(Document& d, int least)
+{
+    int status = 0;
+    EXPECT_GE(sweep([&] { status = d.encodeXml(); },
+                    [&](bool has_failed, int lines) {
+                        EXPECT_EQ(status, has_failed ? -1 : 0);
+                        EXPECT_EQ(lines, has_failed ? 1 : 0);
+                        EXPECT_EQ(d.encoded_buffer != nullptr, !has_failed);
+                    }),
+              least);
+}
+
+TEST(ADocumentWithoutRoom, IsNotWritten)
+{
+    RegUaXmlData description;
+    description.header_name = description.header_value = LONG;
+    expect_not_written_when_memory_runs_out(description, 1);
+    DALinkEvXmlData event;
+    samples::fill(event);
+    expect_not_written_when_memory_runs_out(event, 1);
+    DAMessageXmlData discovery;
+    samples::fill(discovery);
+    expect_not_written_when_memory_runs_out(discovery, 1);
+    IMSSetRouteXml route; // borrows what it writes
+    route.action = LONG;
+    expect_not_written_when_memory_runs_out(route, 0);
 }
 
 // ---- texts that want more memory than they have bytes
