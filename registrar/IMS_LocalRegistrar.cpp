@@ -1,13 +1,13 @@
 #include "registrar/IMS_LocalRegistrar.h"
 
 #include "baseuafw/baseuafw.h"
+#include "include/while_memory_lasts.h"
 #include "registrar/user_agent_header.h"
 #include "subscriptions/IMS_address.h"
 #include "xml/RegUaXmlData.h"
 
 #include <cstdio>
 #include <cstring>
-#include <new>
 
 namespace {
 
@@ -32,8 +32,9 @@ void set_expires(SIPLIB_SIPClientConnection& connection, int expires)
 // "sip:user@host", which says nothing of port, parameters or display name.
 std::string registering_user(const std::string& address)
 {
-    return "sip:" + IMS_address::get_element("user", "From", address) + "@" +
-           IMS_address::get_element("host", "From", address);
+    const std::string user = IMS_address::get_element("user", "From", address);
+    const std::string host = IMS_address::get_element("host", "From", address);
+    return "sip:" + user + "@" + host;
 }
 
 void set_headers(SIPLIB_SIPClientConnection& connection, const std::string& from, const std::string& address,
@@ -70,11 +71,7 @@ void send_own_description(SIPLIB_SIPClientConnection& connection, const std::str
 template <typename Work>
 void while_memory_lasts(const char* operation, Work work)
 {
-    try {
-        work();
-    } catch (const std::bad_alloc&) {
-        IMS_log::loginfo(3, operation, "out of memory");
-    }
+    if (!imsua::while_memory_lasts(work)) IMS_log::loginfo(3, operation, "out of memory");
 }
 
 } // namespace

@@ -28,10 +28,9 @@ public:
     // profile_name   the name in the description.
     // expires        seconds; 0 ends the registration. A negative number is written as it is.
     // authorization  credentials, sent as they stand.
-    // document       encoded by the caller before, and still the caller's: the connection copies the body.
-    // Another
-    //                name than `profile_name` in it is logged at level 4 and left. Null: a description is
-    //                made as build_register_xml makes it.
+    // document       encoded by the caller before, and still the caller's: the connection copies the body. A
+    //                name other than `profile_name` in it is logged at level 4 and left. Null: a description
+    //                is made as build_register_xml makes it.
     //
     // A null connection: nothing but the "From header: ..." line.
     static void setup_message(SIPLIB_SIPClientConnection* connection, std::string address,
