@@ -2,6 +2,7 @@
 
 #include "baseuafw/baseuafw.h"
 #include "include/text.h"
+#include "include/while_memory_lasts.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -25,6 +26,13 @@ bool given(const char* value)
 void terminate_inside(char* buf, int capacity)
 {
     if (!std::memchr(buf, 0, static_cast<std::size_t>(capacity))) buf[capacity - 1] = 0;
+}
+
+// The SIP library's addresses take and give strings.
+template <typename Work>
+void while_memory_lasts(const char* operation, Work work)
+{
+    if (!imsua::while_memory_lasts(work)) IMS_log::loginfo(3, operation, "out of memory");
 }
 
 ImsServerAddress next_hop(int port, const std::string& host, const std::string& transport)
@@ -65,7 +73,7 @@ void IMS_Message::start_request(const char* method, const char* from, const char
     set_addr_header("From", from, nullptr, nullptr);
     set_addr_header("To", to, nullptr, nullptr);
     if (given(contact)) set_addr_header("Contact", contact, nullptr, nullptr);
-    if (given(route)) set_route(route);
+    if (given(route)) while_memory_lasts("IMS_Message", [&] { set_route(route); });
 }
 
 void IMS_Message::set_route(const char* route)
@@ -303,13 +311,15 @@ void IMS_Message::set_addr_header(const char* tag, const char* addr, const char*
         set_header(tag, addr); // logs the one line that says so
         return;
     }
-    std::unique_ptr<SIPLIB_SIPAddress> address(
-        SIPLIB_SIPAddress::createSIPAddressObject(text(tag), text(addr)));
-    std::string value;
-    if (address && param_name) address->setParameter(param_name, text(param_value));
-    if (!address || address->toString(value) != SIPLIB_OK) {
-        IMS_log::loginfo(4, "set_addr_header", "SIPLIB_SIPAddress object is not created");
-        return;
-    }
-    set_header(tag, value.c_str());
+    while_memory_lasts("set_addr_header", [&] {
+        const std::unique_ptr<SIPLIB_SIPAddress> address(
+            SIPLIB_SIPAddress::createSIPAddressObject(text(tag), text(addr)));
+        std::string value;
+        if (address && param_name) address->setParameter(param_name, text(param_value));
+        if (!address || address->toString(value) != SIPLIB_OK) {
+            IMS_log::loginfo(4, "set_addr_header", "SIPLIB_SIPAddress object is not created");
+            return;
+        }
+        set_header(tag, value.c_str());
+    });
 }

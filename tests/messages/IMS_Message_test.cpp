@@ -2,6 +2,7 @@
 
 #include "tests/support/canned_address.h"
 #include "tests/support/log_records.h"
+#include "tests/support/memory_sweep.h"
 #include "tests/support/recording_connection.h"
 
 #include <gmock/gmock.h>
@@ -183,6 +184,29 @@ TEST_F(ANewRequest, DeletesEveryAddressItMade)
         EXPECT_EQ(CannedAddress::alive, before + 1);
     }
     EXPECT_EQ(CannedAddress::alive, before);
+}
+
+// An address whose making fails has no header; what follows is set all the same, and nothing leaves.
+TEST_F(ANewRequest, GoesOnWhenMemoryRunsOut)
+{
+    struct : SIPLIB_SIPClientConnection { // allocates nothing itself
+        int setHeader(const char*, const char*) override { return ++headers, SIPLIB_OK; }
+        int setImsServerAddress(const SIPLIB_SipImsServerAddress&) override { return ++hops, SIPLIB_OK; }
+        int headers = 0;
+        int hops = 0;
+    } counting;
+    const char* const a = "<sip:a-user-with-a-long-name@a-host-with-a-long-name.example.com>";
+    const char* const route = "<sip:a-proxy-with-a-long-name.example.com;transport=a-long-transport-of-ours>";
+    int lines_seen = 0;
+    const int failures = sweep([&] { const IMS_Message message(&counting, "NOTIFY", a, a, a, route); },
+                               [&](bool has_failed, int lines) {
+                                   EXPECT_GE(counting.headers + counting.hops, has_failed ? 3 : 4);
+                                   EXPECT_LE(lines, has_failed ? 1 : 0);
+                                   lines_seen += lines;
+                               },
+                               [&] { counting.headers = counting.hops = 0; });
+    EXPECT_GT(failures, 4);
+    EXPECT_GE(lines_seen, 4); // the rest is the SIP library's, which then gives no address
 }
 
 TEST_F(ANewRequest, TouchesTheConnectionNoMoreWhenItGoes)
