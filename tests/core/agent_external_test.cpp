@@ -284,6 +284,32 @@ TEST_F(ARunningAgent, GoesOnServingTheOtherConnection)
     EXPECT_EQ(agent->seen, (std::vector<Seen>{seen_raw(2, "", 5)}));
 }
 
+// The descriptors belong to the process: who comes next in it serves them on, at a new socket file.
+TEST_F(ARunningAgent, LeavesItsConnectionsToTheNextAgentOfTheProcess)
+{
+    ASSERT_TRUE(start_and_connect());
+    const int before[] = {asynchronous(), synchronous(), listening()};
+    stop();
+    struct stat found {};
+    EXPECT_EQ(::stat("agent.sock", &found), 0) << "the process removes it, not the agent";
+    agent = std::make_unique<TelephonyAgent>();
+    IMS_Tapi_ifc next(agent.get());
+    agent->install_tapi_ifc(&next);
+    ASSERT_EQ(agent->create_all_external_descriptors(), 1);
+    EXPECT_EQ(asynchronous(), before[0]);
+    EXPECT_EQ(synchronous(), before[1]);
+    EXPECT_NE(listening(), before[2]);
+    ASSERT_TRUE(sync_client.send(bytes_of({1, "on the old connection"})));
+    ASSERT_TRUE(agent->turns(1));
+    EXPECT_EQ(agent->seen, (std::vector<Seen>{seen_raw(1, "on the old connection")}));
+    ASSERT_TRUE(third_client.connect());
+    ASSERT_TRUE(third_client.send(bytes_of({2})));
+    EXPECT_EQ(logged(received(16)), 1u);
+    EXPECT_FALSE(agent->has_messages()) << "its client is a third one";
+    stop();
+    IMS_User_Agent::__ua_sock._close(before[2]);
+}
+
 TEST(AFailedAccept, EndsTheProcessWith1)
 {
     const ChildResult child = run_in_child([] {
