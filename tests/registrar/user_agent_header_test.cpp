@@ -11,7 +11,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <sched.h>
 #include <string>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
@@ -134,6 +136,25 @@ TEST_F(AUserAgentHeader, ClosesTheFile)
     const int after = ::dup(0);
     ::close(after);
     EXPECT_EQ(after, next);
+}
+
+// A child whose /etc holds nothing but the version file.
+TEST_F(AUserAgentHeader, NamesTheVersionOfTheDevice)
+{
+    const ChildResult child = run_in_child([] {
+        const bool has_its_own_etc = ::unshare(CLONE_NEWNS) == 0 &&
+                                     ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+                                     ::mount("none", "/etc", "tmpfs", 0, nullptr) == 0;
+        std::FILE* const file = has_its_own_etc ? std::fopen("/etc/ap_version.txt", "w") : nullptr;
+        if (file) {
+            std::fputs("R14_A_01.02.3\n", file);
+            std::fclose(file);
+        }
+        std::fputs(file ? IMS_LocalRegistrar::form_user_agent_header().c_str() : "no /etc of its own",
+                   stdout);
+        std::fflush(stdout);
+    });
+    EXPECT_EQ(child.out, "Kivo/SIP/1.0-R14_A_01.02.3\n SN/000000000000") << child.err;
 }
 
 TEST_F(AUserAgentHeader, IsMadeFromTheDevicesOwnFile)
