@@ -23,7 +23,7 @@ unsigned char* copy_body(const unsigned char* bytes, std::size_t available, std:
     if (!body) return nullptr;
     const std::size_t present = std::min(available, len);
     std::memcpy(body, bytes, present);
-    std::memset(body + present, 0, len - present);
+    if (present < len) std::memset(body + present, 0, len - present);
     return body;
 }
 
