@@ -18,16 +18,20 @@ struct Body {
     {
         auto* const body = static_cast<Body*>(self);
         ++body->entered;
-        int detach_state = -1;
-        pthread_attr_t attributes;
-        if (::pthread_getattr_np(::pthread_self(), &attributes) == 0) {
-            ::pthread_attr_getdetachstate(&attributes, &detach_state);
-            ::pthread_attr_destroy(&attributes);
-        }
-        body->detach_state.set_value(detach_state);
+        body->detach_state.set_value(own_detach_state());
         body->may_go.get_future().wait();
+        body->detach_state_at_end = own_detach_state();
         if (body->thread) body->on_thread = body->thread->is_this_thread();
         return nullptr;
+    }
+    static int own_detach_state()
+    {
+        int state = -1;
+        pthread_attr_t attributes;
+        if (::pthread_getattr_np(::pthread_self(), &attributes) != 0) return state;
+        ::pthread_attr_getdetachstate(&attributes, &state);
+        ::pthread_attr_destroy(&attributes);
+        return state;
     }
     // For a thread that its wrapper lets go of: the thread owns the body, too.
     static void* run_shared(void* owner)
@@ -39,6 +43,7 @@ struct Body {
     std::atomic<int> entered{0};
     std::atomic<bool> on_thread{false};
     std::promise<int> detach_state;
+    std::atomic<int> detach_state_at_end{-1};
     std::promise<void> may_go;
 };
 
@@ -168,13 +173,14 @@ TEST_F(AThread, ReportsMissingMemoryAsEnomem)
 TEST_F(AThread, CarriesOnWithoutAttributes)
 {
     Body body;
-    body.may_go.set_value();
     Failing failing(Call::pthread_attr_init, 1);
     IMS_thread_utility thread;
     EXPECT_EQ(log.all(), (Records{{4, "init_attributes", "Thread attributes could not be initialized."}}));
     EXPECT_EQ(thread.create_thread(&Body::run, &body), 0);
+    body.may_go.set_value();
     thread.wait_until_ended();
     EXPECT_EQ(body.entered, 1);
+    EXPECT_EQ(body.detach_state_at_end, PTHREAD_CREATE_DETACHED);
 }
 
 TEST_F(AThread, EndsWhereItTestsForItsCancellation)
