@@ -56,6 +56,7 @@ TEST_F(ARunningAgent, StartsNoThreadWithoutItsSocket)
 {
     const std::string name(200, 'n');
     IMS_daemon::__d_progname = name.c_str();
+    imsua::store_shared(IMS_User_Agent::__ua_tapi_listenfd, 1000);
     EXPECT_EQ(agent->create_all_external_descriptors(), 0);
     EXPECT_LT(listening(), 0);
     EXPECT_FALSE(agent->ext_thread_->is_running());
