@@ -2,7 +2,7 @@
 //
 // The message keeps no copy of anything: method, URI, headers and body live in the connection. Each
 // operation is one call on it, logs the outcome under its own name (level 5 success, level 4 failure) and
-// tells it as true or false. docs/messages.md tells the calling orders.
+// tells it as true or false. docs/messages/README.md tells the calling orders.
 //
 // Thread   a message and its connection are used by one thread at a time.
 // Memory   the connection is borrowed: never closed, never deleted here.
