@@ -9,7 +9,7 @@ struct Sipsak : ADevice {
     Process::End sipsak(const Words& arguments, std::string* said = nullptr) const
     {
         ProcessStart start;
-        start.argv = {"sipsak"};
+        start.argv = {"sipsak", "-H", "127.0.0.1"}; // it would look the machine's name up
         start.argv.insert(start.argv.end(), arguments.begin(), arguments.end());
         start.argv.insert(start.argv.end(), {"-s", "sip:imslinkevd@127.0.0.1:5080"});
         start.net = &net_;
