@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -234,6 +235,40 @@ TEST_P(AMessageExample, IsShownAndLinkedOnItsPage)
     const std::string page = file(GetParam().page);
     EXPECT_NE(page.find("\n```\n" + example(GetParam().name) + "```\n"), std::string::npos);
     EXPECT_NE(page.find("examples/" + std::string(GetParam().name) + ".sip)"), std::string::npos);
+}
+
+// The headers in a page's numbered table.
+std::vector<std::string> table_of(const std::string& page)
+{
+    const std::regex row("\\| [0-9]+ \\| ([^ ]+) \\|.*");
+    std::vector<std::string> headers;
+    std::istringstream lines(page);
+    std::smatch found;
+    for (std::string line; std::getline(lines, line);)
+        if (std::regex_match(line, found, row)) headers.push_back(found[1]);
+    return headers;
+}
+
+// Those of an example, without their values.
+std::vector<std::string> headers_of(const std::string& text)
+{
+    std::istringstream lines(text.substr(0, text.find("\n\n")));
+    std::vector<std::string> headers;
+    std::string line;
+    std::getline(lines, line); // the method
+    while (std::getline(lines, line))
+        headers.push_back(line.substr(0, line.find(':')));
+    return headers;
+}
+
+TEST_P(AMessageExample, HasItsHeadersInTheOrderOfItsPagesTable)
+{
+    const auto table = table_of(file(GetParam().page));
+    auto row = table.begin();
+    for (const std::string& header : headers_of(example(GetParam().name))) {
+        row = std::find(row, table.end(), header); // a row may be absent from an example
+        ASSERT_NE(row++, table.end()) << header;
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(, AMessageExample, ::testing::ValuesIn(examples), [](const auto& tested) {
