@@ -82,8 +82,8 @@ std::string values_in(const XmlData* body)
     return values_of<Document>(body, [](const Document& document) { return values(document); });
 }
 
-// The way to a body of any length, as docs/messages/README.md shows it: a buffer as large as the largest message,
-// and a document of one's own.
+// The way to a body of any length, as docs/messages/README.md shows it: a buffer as large as the largest
+// message, and a document of one's own.
 template <typename Document>
 bool read_whole(IMS_Message& message, Document& document)
 {
