@@ -16,14 +16,13 @@
 namespace {
 
 // Row number to event number; the order is that of the table, not that of the numbers.
-#define ROWS(X)                                                                                              \
-    X(0, 17)                                                                                                 \
-    X(1, 4)                                                                                                  \
-    X(2, 29)                                                                                                 \
-    X(3, 11)                                                                                                 \
-    X(4, 8) X(5, 23) X(6, 2) X(7, 31) X(8, 14) X(9, 26) X(10, 6) X(11, 19) X(12, 1) X(13, 22) X(14, 9)       \
-        X(15, 32) X(16, 13) X(17, 28) X(18, 5) X(19, 20) X(20, 16) X(21, 3) X(22, 30) X(23, 10) X(24, 25)    \
-            X(25, 7) X(26, 18) X(27, 27) X(28, 12) X(29, 21) X(30, 24) X(31, 15)
+// clang-format off
+#define ROWS(X) \
+    X(0, 17) X(1, 4) X(2, 29) X(3, 11) X(4, 8) X(5, 23) X(6, 2) X(7, 31) \
+    X(8, 14) X(9, 26) X(10, 6) X(11, 19) X(12, 1) X(13, 22) X(14, 9) X(15, 32) \
+    X(16, 13) X(17, 28) X(18, 5) X(19, 20) X(20, 16) X(21, 3) X(22, 30) X(23, 10) \
+    X(24, 25) X(25, 7) X(26, 18) X(27, 27) X(28, 12) X(29, 21) X(30, 24) X(31, 15)
+// clang-format on
 
 // What every handler does: a little work on the message.
 template <int Row>
