@@ -94,12 +94,7 @@ void ClientSide::start(RequestOrder order, Window& window)
     ++window.under_way;
     if (MessageRecord::enabled()) sent_bodies().note(slot.order.message());
     msg_t* msg = message_of(slot.order.message());
-    nta_outgoing_t* transaction = nullptr;
-    // The route is given even where the Request-URI says the same: the request line then stays as it is.
-    const auto* route = reinterpret_cast<const url_string_t*>(window.route.get());
-    if (msg && route)
-        transaction = nta_outgoing_mcreate(agent_, on_outgoing, &slot, route, msg,
-                                           NTATAG_USER_VIA(slot.order.own_via), TAG_END());
+    nta_outgoing_t* transaction = open_transaction(slot, msg);
     if (!slot.busy) { // answered from within the call
         if (transaction) nta_outgoing_destroy(transaction);
         return;
@@ -114,6 +109,16 @@ void ClientSide::start(RequestOrder order, Window& window)
         events_.sent(done);
     else
         answer(done, msg ? 503 : 400);
+}
+
+// Null when the message or the route cannot be read, or NTA refuses; `msg` is then still the caller's.
+nta_outgoing_t* ClientSide::open_transaction(siplib_outgoing& slot, msg_t* msg)
+{
+    // The route is given even where the Request-URI says the same: the request line then stays as it is.
+    const auto* route = reinterpret_cast<const url_string_t*>(slot.window->route.get());
+    if (!msg || !route) return nullptr;
+    return nta_outgoing_mcreate(agent_, on_outgoing, &slot, route, msg, NTATAG_USER_VIA(slot.order.own_via),
+                                TAG_END());
 }
 
 void ClientSide::count_connection(const siplib_outgoing& slot)

@@ -79,6 +79,7 @@ private:
     siplib_outgoing& free_slot();
     void pump(Window& window);
     void start(RequestOrder order, Window& window);
+    nta_outgoing_t* open_transaction(siplib_outgoing& slot, msg_t* msg);
     void finish(siplib_outgoing& slot);
     void answer(const RequestOrder& order, int status);
     void discard_answer(siplib_outgoing& slot);
