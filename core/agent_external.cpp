@@ -4,6 +4,7 @@
 #include "core/IMS_User_Agent.h"
 #include "include/shared_value.h"
 #include "include/text.h"
+#include "include/while_memory_lasts.h"
 
 #include <algorithm>
 #include <array>
@@ -11,7 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <new>
 #include <pthread.h>
 
 namespace {
@@ -50,12 +50,12 @@ void take_connection(int fd, int& descriptor, const char* name)
 
 int open_telephony_socket()
 {
-    try {
+    int fd = -1;
+    imsua::while_memory_lasts([&fd] {
         const std::string name = std::string(imsua::text(IMS_daemon::__d_progname)) + ".sock";
-        return IMS_User_Agent::__ua_sock._socket(name.c_str(), "unix", "stream");
-    } catch (const std::bad_alloc&) {
-        return -1;
-    }
+        fd = IMS_User_Agent::__ua_sock._socket(name.c_str(), "unix", "stream");
+    });
+    return fd;
 }
 
 } // namespace
@@ -173,11 +173,11 @@ void IMS_User_Agent::handle_fwk_message(int&, unsigned char* buf, int& len)
 
 void IMS_User_Agent::parse_prov_msg(const char* text, std::vector<std::string>& lines)
 {
-    try {
+    const bool whole = imsua::while_memory_lasts([text, &lines] {
         IMS_utility::tokenize(imsua::text(text), lines, "\n");
         if (!lines.empty()) lines.erase(lines.begin());
-    } catch (const std::bad_alloc&) {
-        IMS_log::loginfo(3, "parse_prov_msg", "out of memory");
-        lines.clear();
-    }
+    });
+    if (whole) return;
+    IMS_log::loginfo(3, "parse_prov_msg", "out of memory");
+    lines.clear();
 }
