@@ -426,7 +426,7 @@ TEST_F(AMappingInterface, FreesARecordThatADaemonQueuedTwiceItself)
 // The main loop dispatches and frees while the read goes on: each record is seen as often as it was queued.
 TEST_F(AMappingInterface, MayQueueARecordAgainThatTheMainLoopIsDoneWith)
 {
-    constexpr int reads = 3000;
+    constexpr int reads = 500;
     const std::string bytes = bytes_of({{1, "body"}, {2}, {2}, {65535}, {99}});
     IMS_log::set_level(4);
     std::thread receiver([&] {

@@ -1,0 +1,12 @@
+// The start of every test program: a network of its own first, so that no port a test takes, gives back or finds
+// free can meet another test's, however many run at once.
+#include "tests/support/private_network.h"
+
+#include <gtest/gtest.h>
+
+int main(int argc, char** argv)
+{
+    ::testing::InitGoogleTest(&argc, argv);
+    if (!GTEST_FLAG_GET(list_tests)) imsua_tests::enter_private_network();
+    return RUN_ALL_TESTS();
+}
