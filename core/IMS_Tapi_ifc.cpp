@@ -88,7 +88,7 @@ void log_record(const void* record)
 
 void send_to_agent(IMS_User_Agent* ua, MSG_TYPE kind, void* message)
 {
-    IMS_log::loginfo(5, receiving, "handle_tapi_message: Msg Sent to UA\n");
+    if (IMS_log::is_written(5)) IMS_log::loginfo(5, receiving, "handle_tapi_message: Msg Sent to UA\n");
     ua->fill_queue_and_send_signal(kind, message);
 }
 
@@ -125,8 +125,9 @@ void IMS_Tapi_ifc::handle_tapi_message(unsigned char* buf, int len)
         const int size = TAC_MSG_WIRE_SIZE + message->body_len;
         next += std::min(size, remaining);
         remaining -= size; // negative when the body was cut
-        IMS_log::loginfo(5, receiving, "handle_tapi_message: len remaining: %d, sizeof(TAC_MSG_S): %d",
-                         remaining, static_cast<int>(TAC_MSG_WIRE_SIZE));
+        if (IMS_log::is_written(5))
+            IMS_log::loginfo(5, receiving, "handle_tapi_message: len remaining: %d, sizeof(TAC_MSG_S): %d",
+                             remaining, static_cast<int>(TAC_MSG_WIRE_SIZE));
         if (!table)
             queue_raw(message);
         else if (!queue_mapped(message, table, latest))
@@ -136,7 +137,8 @@ void IMS_Tapi_ifc::handle_tapi_message(unsigned char* buf, int len)
 
 void IMS_Tapi_ifc::queue_raw(TAC_MSG_S* message)
 {
-    IMS_log::loginfo(5, receiving, "handle_tapi_message: Msg to be sent = tapi_message\n");
+    if (IMS_log::is_written(5))
+        IMS_log::loginfo(5, receiving, "handle_tapi_message: Msg to be sent = tapi_message\n");
     if (ua_)
         send_to_agent(ua_, MSG_TYPE_TAPI_RAW, message);
     else

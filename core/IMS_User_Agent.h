@@ -20,6 +20,7 @@
 #include "baseuafw/baseuafw.h"
 #include "core/IMS_queue_manager.h"
 #include "core/IMS_thread_utility.h"
+#include "core/brief_look.h"
 #include "include/ims_types.h"
 #include "include/imsua_export.h"
 #include "siplib/SIPLIB.h"
@@ -278,6 +279,8 @@ private:
     void handle_received(int fd, unsigned char* bytes, int count);
 
     std::vector<SIPLIB_SIPNotifier*> notifiers_; // those that call server_listener_
+    imsua::BriefLook before_sleeping_;
+    bool more_expected_ = false; // the main loop's own
 };
 
 #endif

@@ -2,32 +2,31 @@
 
 #include "baseuafw/baseuafw.h"
 
+#include <atomic>
+#include <memory_resource>
 #include <new>
+#include <vector>
 
 namespace {
 
-using Elements = std::vector<_Q_ELEMENT_T*>;
-
 // Strictly more than this many elements held refuse the next one, so 51 fit.
-constexpr Elements::size_type refused_above = 50;
-
-// Null when there is no memory for the vector or for all it will ever hold.
-Elements* create_elements()
-{
-    Elements* const elements = new (std::nothrow) Elements;
-    if (!elements) return nullptr;
-    try {
-        elements->reserve(refused_above + 1);
-    } catch (const std::bad_alloc&) {
-        delete elements;
-        return nullptr;
-    }
-    return elements;
-}
+constexpr std::size_t refused_above = 50;
 
 } // namespace
 
-IMS_queue_manager::IMS_queue_manager() : queue_(create_elements())
+// In one piece: two threads write here all the time, so what they touch lies together and nothing else near
+// it.
+struct IMS_queue_manager::Elements {
+    std::pmr::monotonic_buffer_resource room{storage, sizeof storage, std::pmr::null_memory_resource()};
+    std::pmr::vector<_Q_ELEMENT_T*> list{&room}; // newest first
+    std::atomic<std::size_t> held{0};            // its size, for everybody
+    _Q_ELEMENT_T* storage[refused_above + 1];    // what the list lies in
+
+    Elements() { list.reserve(refused_above + 1); }
+    void publish_size() { held.store(list.size(), std::memory_order_release); }
+};
+
+IMS_queue_manager::IMS_queue_manager() : queue_(new (std::nothrow) Elements)
 {
     if (queue_) return;
     IMS_log::loginfo(3, "IMS_queue_manager", "Could not create message queue!");
@@ -42,27 +41,34 @@ IMS_queue_manager::~IMS_queue_manager()
 int IMS_queue_manager::enqueue(_Q_ELEMENT_T* element)
 {
     if (!element) return QUEUE_NULL_ELEMENT;
-    if (queue_->size() > refused_above) {
+    if (queue_->list.size() > refused_above) {
         IMS_log::loginfo(4, "enqueue", "Message queue overflow! - Enqueue operation failed");
         return QUEUE_OVERFLOW;
     }
-    queue_->insert(queue_->begin(), element);
+    queue_->list.insert(queue_->list.begin(), element);
+    queue_->publish_size();
     return QUEUE_OK;
 }
 
 int IMS_queue_manager::dequeue(_Q_ELEMENT_T** element)
 {
     if (!element) return QUEUE_NULL_ELEMENT;
-    if (queue_->empty()) {
+    if (queue_->list.empty()) {
         IMS_log::loginfo(4, "dequeue", "Message queue underflow! - Dequeue operation failed");
         return QUEUE_UNDERFLOW;
     }
-    *element = queue_->back();
-    queue_->pop_back();
+    *element = queue_->list.back();
+    queue_->list.pop_back();
+    queue_->publish_size();
     return QUEUE_OK;
 }
 
 bool IMS_queue_manager::isEmpty() const
 {
-    return queue_->empty();
+    return queue_->list.empty();
+}
+
+std::size_t IMS_queue_manager::heldAbout() const
+{
+    return queue_->held.load(std::memory_order_acquire);
 }

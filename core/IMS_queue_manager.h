@@ -2,7 +2,7 @@
 //
 // First in, first out; at most 51 elements: an element is refused once more than 50 are held.
 //
-// Thread   takes no lock. Callers hold the agent's mutex around every call.
+// Thread   takes no lock. Callers hold the agent's mutex around every call but the two hints.
 // Memory   never owns the elements; the room for all of them is reserved at construction, so that no
 //          operation allocates while the agent's mutex is held.
 // Errors   come back as QUEUE_STATUS values; a queue that cannot be created ends the process.
@@ -12,7 +12,7 @@
 #include "include/ims_types.h"
 #include "include/imsua_export.h"
 
-#include <vector>
+#include <cstddef>
 
 class IMSUA_API IMS_queue_manager {
 public:
@@ -34,11 +34,18 @@ public:
     // True when no element is held.
     bool isEmpty() const;
 
+    // How many elements were held a moment ago. Without the callers' mutex, on any thread: no more than a
+    // hint.
+    std::size_t heldAbout() const;
+    bool seemsEmpty() const { return heldAbout() == 0; }
+
     IMS_queue_manager(const IMS_queue_manager&) = delete;
     IMS_queue_manager& operator=(const IMS_queue_manager&) = delete;
 
 private:
-    std::vector<_Q_ELEMENT_T*>* queue_; // newest first
+    struct Elements;
+
+    Elements* queue_;
 };
 
 #endif

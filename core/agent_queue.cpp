@@ -21,6 +21,13 @@ SIPLIB_SIPObject* object_to_receive(const _Q_ELEMENT_T* element)
     return record->object;
 }
 
+// A telephony controller waits for an answer on the same device, and its next request follows at once. The
+// next SIP message has a network to cross, and the SIP thread may need this core.
+bool comes_from_this_device(MSG_TYPE kind)
+{
+    return kind == MSG_TYPE_TAPI_RAW || kind == MSG_TYPE_TAPI_MAPPED || kind == MSG_TYPE_FWK;
+}
+
 void release(_Q_ELEMENT_T* element)
 {
     imsua::release_dispatched_payload(element->msg_type, element->data);
@@ -75,19 +82,23 @@ void IMS_User_Agent::handle_message()
 void IMS_User_Agent::process_one_message()
 {
     _Q_ELEMENT_T* element = nullptr;
+    if (more_expected_) before_sleeping_.look_into(queue_);
     mutex_.lock();
     // One wait, not a loop: a wake-up that finds nothing is reported, not hidden.
     if (queue_.isEmpty()) mutex_.wait();
     const int status = queue_.dequeue(&element);
+    const bool emptied = queue_.isEmpty();
     mutex_.unlock();
     if (status != QUEUE_OK || !element) {
         IMS_log::loginfo(4, "handle_message", "Dequeue operation failed");
         return;
     }
+    more_expected_ = emptied && comes_from_this_device(element->msg_type);
     receive_pending(element);
     const unsigned int event_id = get_event_id_from_message(element);
     const unsigned short recognition = handle_event(event_id, element->data);
-    IMS_log::loginfo(5, "handle_message", "Message Recognition status=%d", recognition);
+    if (IMS_log::is_written(5))
+        IMS_log::loginfo(5, "handle_message", "Message Recognition status=%d", recognition);
     release(element);
 }
 

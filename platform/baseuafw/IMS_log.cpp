@@ -26,7 +26,6 @@ constexpr std::size_t record_size = 4096; // also PIPE_BUF: a line goes into a p
 enum class Target { standard_error, file, syslog };
 
 struct State {
-    std::atomic<int> highest_level{5};
     std::atomic<Target> target{Target::standard_error}; // written under the lock
     std::atomic<bool> reopen{false};
     std::atomic<const char*> siptrace{""};
@@ -178,11 +177,13 @@ __attribute__((noinline, format(printf, 3, 0))) void write_record(int level, con
 
 } // namespace
 
+std::atomic<int> IMS_log::highest_level_{5};
+
 void IMS_log::loginfo(int level, const char* function_name, const char* format, ...)
 {
     // Most lines end here in a deployed daemon. What a written one needs stands apart, so that a refused one
     // does not pay for its stack frame.
-    if (level > state.highest_level.load(std::memory_order_relaxed)) return;
+    if (!is_written(level)) return;
     va_list arguments;
     va_start(arguments, format);
     write_record(level, function_name, format, arguments);
@@ -222,12 +223,12 @@ void IMS_log::set_sink(SINK sink, void* ctx)
 
 void IMS_log::set_level(int highest_level_written)
 {
-    state.highest_level.store(highest_level_written, std::memory_order_relaxed);
+    highest_level_.store(highest_level_written, std::memory_order_relaxed);
 }
 
 int IMS_log::level()
 {
-    return state.highest_level.load(std::memory_order_relaxed);
+    return highest_level_.load(std::memory_order_relaxed);
 }
 
 const char* IMS_log::siptrace_path()

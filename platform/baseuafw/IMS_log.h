@@ -13,6 +13,8 @@
 
 #include "baseuafw/baseuafw_api.h"
 
+#include <atomic>
+
 // All operations are class-wide: there is one log.
 class BASEUAFW_API IMS_log {
 public:
@@ -53,6 +55,10 @@ public:
     // The level in force.
     static int level();
 
+    // Whether a record of this level is written. For calls so frequent that even passing the arguments of a
+    // record that nobody wants is felt.
+    static bool is_written(int level) { return level <= highest_level_.load(std::memory_order_relaxed); }
+
     // The file into which the SIP library records its messages (option -siptrace); "" if none. The text
     // stays valid for ever.
     static const char* siptrace_path();
@@ -64,6 +70,9 @@ public:
     // Moves the log from standard error to syslog; a log file or a chosen syslog stays as it is.
     // daemonize() calls it, since standard error then leads nowhere.
     static void leave_terminal();
+
+private:
+    static std::atomic<int> highest_level_;
 };
 
 #endif

@@ -1,6 +1,13 @@
 #include "baseuafw/IMS_mutex.h"
 
-IMS_mutex::IMS_mutex() : m_(PTHREAD_MUTEX_INITIALIZER), c_(PTHREAD_COND_INITIALIZER) {}
+// It is held for some instructions at a time: on several cores, looking at it for a moment is cheaper than sleeping.
+#ifdef PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP
+#define UNLOCKED PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP
+#else
+#define UNLOCKED PTHREAD_MUTEX_INITIALIZER
+#endif
+
+IMS_mutex::IMS_mutex() : m_(UNLOCKED), c_(PTHREAD_COND_INITIALIZER) {}
 
 IMS_mutex::~IMS_mutex()
 {

@@ -165,7 +165,7 @@ TEST(AnAgentWithoutMemory, EndsTheProcessWith255)
 {
     const ChildResult child = run_in_child([] {
         void* const storage = std::malloc(sizeof(TestAgent));
-        Failing failing(Call::operator_new, 3); // after the queue's two
+        Failing failing(Call::operator_new, 2); // after the queue's
         new (storage) TestAgent;
     });
     EXPECT_EQ(child.status, 255) << child.err;

@@ -65,6 +65,8 @@ TEST(ALog, DropsWhatIsAboveTheHighestLevel)
     LogRecords log;
     IMS_log::set_level(4);
     EXPECT_EQ(IMS_log::level(), 4);
+    EXPECT_TRUE(IMS_log::is_written(4));
+    EXPECT_FALSE(IMS_log::is_written(5));
     IMS_log::loginfo(5, "f", "trace");
     IMS_log::loginfo(4, "f", "failure");
     IMS_log::loginfo(3, "f", "fatal");
