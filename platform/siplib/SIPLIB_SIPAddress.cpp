@@ -111,7 +111,9 @@ int ParsedAddress::toString(std::string& out) const
 {
     return guarded([&] {
         const std::string display = unquoted(parts_.display);
-        std::string text = display.empty() ? display : in_quotes(display) + ' ';
+        std::string text;
+        text.reserve(2 * display.size() + parts_.uri.text.size() + params_.size() + 5); // with escapes
+        if (!display.empty()) text.append(in_quotes(display)).append(1, ' ');
         text += '<';
         text += parts_.uri.text;
         text += '>';
@@ -159,7 +161,7 @@ int ParsedAddress::getParameter(const std::string& name, std::string& out) const
 int ParsedAddress::setParameter(const std::string& name, const std::string& value)
 {
     if (!only_chars(name, chars_token, false)) return SIPLIB_ERR_ARGUMENT;
-    if (value.find_first_of(std::string_view("\r\n\0", 3)) != value.npos) return SIPLIB_ERR_ARGUMENT;
+    if (first_of(value, {"\r\n\0", 3}) != std::string_view::npos) return SIPLIB_ERR_ARGUMENT;
     return guarded([&] {
         params_ = with_param(params_, name, printed_value(value));
         return SIPLIB_OK;

@@ -59,9 +59,9 @@ bool take_bracketed(std::string_view& rest, std::size_t display, AddressParts& p
     return true;
 }
 
-bool take_bare(std::string_view& rest, const char* ends, AddressParts& parts)
+bool take_bare(std::string_view& rest, std::string_view ends, AddressParts& parts)
 {
-    const std::string_view uri = rest.substr(0, rest.find_first_of(ends));
+    const std::string_view uri = rest.substr(0, first_of(rest, ends));
     rest.remove_prefix(uri.size());
     return split_uri(uri, parts.uri);
 }
@@ -70,14 +70,14 @@ bool take_bare(std::string_view& rest, const char* ends, AddressParts& parts)
 
 bool split_address(std::string_view header, std::string_view value, AddressParts& parts)
 {
-    if (value.find_first_of(std::string_view("\r\n\0", 3)) != value.npos) return false;
+    if (first_of(value, {"\r\n\0", 3}) != value.npos) return false;
     const HeaderGrammar& grammar = grammar_of(header);
     std::string_view rest = without_leading_blanks(value);
     AddressParts read;
 
     const std::size_t display = display_length(rest);
     const bool bracketed = display < rest.size() && rest[display] == '<';
-    const char* bare_ends = grammar.bare_params_are_uri ? " \t," : " \t,;";
+    const std::string_view bare_ends = grammar.bare_params_are_uri ? " \t," : " \t,;";
     if (!(bracketed ? take_bracketed(rest, display, read) : take_bare(rest, bare_ends, read))) return false;
 
     read.params = rest.substr(0, params_length(rest, ParamKind::header));

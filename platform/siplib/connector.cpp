@@ -7,6 +7,7 @@
 #include "siplib/sip_text.h"
 #include "siplib/stack.h"
 
+#include <algorithm>
 #include <string_view>
 
 namespace siplib {
@@ -24,7 +25,7 @@ bool is_port_request(std::string_view uri, long& port)
     uri = trimmed(uri);
     if (!same_word(uri.substr(0, 4), "sip:") || uri.size() < 5) return false;
     const std::string_view digits = uri.substr(4);
-    if (digits.find_first_not_of("0123456789") != std::string_view::npos) return false;
+    if (!std::all_of(digits.begin(), digits.end(), is_digit)) return false;
     if (!read_number(digits, 65535, port)) port = -1;
     return true;
 }
@@ -96,7 +97,7 @@ SIPLIB_SIPObject* open_uri(const char* desturi, const char* srcuri)
     if (!readable(desturi, "destination", destination) || (srcuri && !readable(srcuri, "source", source)))
         return nullptr;
     ClientConnection::Opening opening;
-    opening.request_uri = destination.text;
+    opening.request_uri = std::move(destination.text);
     return open_client(std::move(opening));
 }
 
@@ -118,7 +119,7 @@ SIPLIB_SIPObject* open_address(const char* type, const char* destip, int destpor
     Uri destination;
     if (!readable(text.c_str(), "address", destination) || (srcip && has_control(srcip))) return nullptr;
     ClientConnection::Opening opening;
-    opening.request_uri = destination.text;
+    opening.request_uri = std::move(destination.text);
     return open_client(std::move(opening));
 }
 

@@ -1,5 +1,7 @@
 #include "siplib/message.h"
 
+#include <algorithm>
+
 namespace siplib {
 namespace {
 
@@ -96,8 +98,12 @@ void Message::drop_replaced()
 
 std::size_t Message::index_of(std::string_view header, std::size_t from) const
 {
-    for (std::size_t i = from; i < fields_.size(); ++i)
-        if (same_header(name(i), header)) return i;
+    if (header.size() == 1) header = full_header_name(header);
+    for (std::size_t i = from; i < fields_.size(); ++i) {
+        const std::size_t size = fields_[i].name_size; // most names differ in size already
+        if (size == 1 ? same_header(name(i), header) : size == header.size() && same_word(name(i), header))
+            return i;
+    }
     return none;
 }
 
@@ -159,10 +165,22 @@ void Message::set_body(std::string_view bytes)
 
 void Message::append_fields_to(std::string& text) const
 {
+    constexpr std::size_t separators = 4; // ": " and the end of the line
+    const std::size_t before = text.size();
+    std::size_t size = before;
+    for (const Field& field : fields_)
+        size += field.name_size + field.value_size + separators;
+    text.resize(size);
+    char* at = &text[before];
+    const auto put = [&at](std::string_view part) { at = std::copy(part.begin(), part.end(), at); };
     for (std::size_t i = 0; i < fields_.size(); ++i) {
         if (same_header(name(i), "Content-Length")) continue;
-        text.append(name(i)).append(": ").append(value(i)).append("\r\n");
+        put(name(i));
+        put(": ");
+        put(value(i));
+        put("\r\n");
     }
+    text.resize(static_cast<std::size_t>(at - text.data()));
 }
 
 std::size_t Message::wire_size() const

@@ -32,6 +32,7 @@ std::string random_text(unsigned digits)
     constexpr char hex[] = "0123456789abcdef";
     if (digits > 64) digits = 64;
     std::string text;
+    text.reserve(digits);
     std::lock_guard<std::mutex> guard(mutex);
     for (unsigned i = 0; i < digits; i += 2) {
         const unsigned char byte = draw();

@@ -15,8 +15,10 @@ void add_from_tag(Message& message)
 {
     const std::string_view from = message.find("From");
     if (!tag_in(from).empty()) return;
-    std::string tagged(from);
-    tagged.append(";tag=").append(random_text(16));
+    const std::string tag = random_text(16);
+    std::string tagged;
+    tagged.reserve(from.size() + 5 + tag.size());
+    tagged.append(from).append(";tag=").append(tag);
     message.set("From", tagged);
 }
 

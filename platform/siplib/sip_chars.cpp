@@ -1,7 +1,5 @@
 #include "siplib/sip_chars.h"
 
-#include <array>
-
 namespace siplib {
 namespace {
 
@@ -45,8 +43,6 @@ constexpr std::array<std::uint16_t, 256> make_table()
     return table;
 }
 
-constexpr auto table = make_table();
-
 bool is_escape(std::string_view text)
 {
     return text.size() >= 3 && text[0] == '%' && in_set(text[1], chars_hex) && in_set(text[2], chars_hex);
@@ -54,10 +50,7 @@ bool is_escape(std::string_view text)
 
 } // namespace
 
-bool in_set(char c, CharSet set)
-{
-    return (table[static_cast<unsigned char>(c)] & set) != 0;
-}
+constexpr std::array<std::uint16_t, 256> char_sets = make_table();
 
 bool only_chars(std::string_view text, CharSet set, bool escapes)
 {

@@ -6,6 +6,7 @@
 #ifndef SIPLIB_SIP_CHARS_H_INCLUDED
 #define SIPLIB_SIP_CHARS_H_INCLUDED
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -28,8 +29,14 @@ enum CharSet : std::uint16_t {
     chars_bare = 2048  // of these, what needs no brackets and no quotes: no blank, "<", ">" or quote
 };
 
+// Which sets each byte is in.
+extern const std::array<std::uint16_t, 256> char_sets;
+
 // True if `c` is in `set`.
-bool in_set(char c, CharSet set);
+inline bool in_set(char c, CharSet set)
+{
+    return (char_sets[static_cast<unsigned char>(c)] & set) != 0;
+}
 
 // True if `text` is not empty and holds nothing but characters of `set`. With `escapes`, a "%" must be
 // followed by two hexadecimal digits and is allowed in every set.
@@ -38,6 +45,20 @@ bool only_chars(std::string_view text, CharSet set, bool escapes);
 // The number of leading characters of `text` that are in `set`.
 std::size_t leading_chars(std::string_view text, CharSet set);
 
+// Where the first of the few characters in `wanted` stands in `text`; npos without one. string_view's own
+// search calls memchr for every character of `text`, which is most of the work on texts as short as SIP's.
+inline std::size_t first_of(std::string_view text, std::string_view wanted)
+{
+    for (std::size_t i = 0; i < text.size(); ++i)
+        for (const char c : wanted)
+            if (text[i] == c) return i;
+    return std::string_view::npos;
+}
+
+inline bool is_digit(char c)
+{
+    return c >= '0' && c <= '9';
+}
 inline bool is_blank(char c)
 {
     return c == ' ' || c == '\t';

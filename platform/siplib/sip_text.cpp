@@ -5,11 +5,6 @@
 namespace siplib {
 namespace {
 
-bool is_digit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 bool is_alphanumeric(char c)
 {
     return is_digit(c) || (lower(c) >= 'a' && lower(c) <= 'z');
@@ -146,7 +141,7 @@ bool read_sip_part(std::string_view rest, Uri& uri)
     const auto at = rest.find('@');
     const std::string_view after_user = at == std::string_view::npos ? plain : rest.substr(at + 1);
     if (at == 0) return false;
-    const auto end = after_user.find_first_of(";?");
+    const auto end = first_of(after_user, ";?");
     if (!read_host_port(after_user.substr(0, end), uri)) return false;
     if (end == std::string_view::npos || after_user[end] != ';') return true;
     std::string_view list = after_user.substr(end);

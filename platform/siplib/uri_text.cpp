@@ -14,11 +14,6 @@ bool is_alpha(char c)
     return lower(c) >= 'a' && lower(c) <= 'z';
 }
 
-bool is_digit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
 // inet_pton wants a zero-terminated text; nothing longer than its buffer is an address.
 bool is_ip_address(int family, std::string_view text)
 {
@@ -66,9 +61,9 @@ bool split_userinfo(std::string_view text, UriParts& parts)
     return only_chars(text, chars_user, true);
 }
 
-std::string_view take_until(std::string_view& rest, const char* ends)
+std::string_view take_until(std::string_view& rest, std::string_view ends)
 {
-    const std::string_view taken = rest.substr(0, rest.find_first_of(ends));
+    const std::string_view taken = rest.substr(0, first_of(rest, ends));
     rest.remove_prefix(taken.size());
     return taken;
 }

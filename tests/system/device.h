@@ -27,7 +27,9 @@ protected:
     Running framework(const std::string& stack_settings = "", const std::string& linkev_settings = "");
     Words framework_ports() const; // options for an agent
 
-    // Runs a SIPp scenario of tests/interop/sipp against the notifier; true when all calls succeeded.
+    // Runs a SIPp scenario of tests/interop/sipp against the notifier; true when all calls succeeded. They
+    // send again after 4 s, not the usual half: nothing is lost here, but a machine may be slow, and a second
+    // answer that comes after the first NOTIFY ends a call for SIPp.
     bool sipp(const std::string& scenario, const Words& arguments = {}, std::string* said = nullptr) const;
     Running start_sipp(const std::string& scenario, const Words& arguments) const;
 

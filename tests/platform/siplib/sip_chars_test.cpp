@@ -54,6 +54,16 @@ TEST(SipChars, FindNoTextInNothing)
     EXPECT_EQ(leading_chars("ab cd", chars_token), 2u);
 }
 
+TEST(SipChars, AreFoundWhereTheFirstOfThemStands)
+{
+    EXPECT_EQ(first_of("host:5060;lr?x", ";?"), 9u);
+    EXPECT_EQ(first_of("host?x;lr", ";?"), 4u);
+    EXPECT_EQ(first_of({"a\0b", 3}, {"\r\n\0", 3}), 1u);
+    EXPECT_EQ(first_of("host", ";?"), std::string_view::npos);
+    EXPECT_EQ(first_of("", ";?"), std::string_view::npos);
+    EXPECT_EQ(first_of("host", ""), std::string_view::npos);
+}
+
 TEST(SipChars, TrimSpacesAndTabsOnly)
 {
     EXPECT_EQ(without_blanks(" \t a b\t "), "a b");
