@@ -421,8 +421,8 @@ int main(int argc, char** argv)
     add_one_thread("Tapi16_OneThread", 0);
     add_one_thread("Tapi256_OneThread", 256);
     add("TapiRoundTrip_ours", &round_trip_ours);
-    add("TapiRoundTrip_bare", &round_trip_bare_two_threads);
-    add("TapiRoundTrip_alone", &round_trip_bare);
+    add("TapiRoundTrip_bare", &round_trip_bare);
+    add("TapiRoundTrip_handed", &round_trip_bare_two_threads);
     return bench::run_with_ratios(argc, argv,
                                   {ratio("telephony, 16 bytes, 1 a read", "Tapi16_1PerRead", 0.85),
                                    ratio("telephony, 16 bytes, 50 a read", "Tapi16_50PerRead", 0.85),
@@ -436,5 +436,6 @@ int main(int argc, char** argv)
                                    alone("16 bytes, 50 a read, beside one alone", "Tapi16_50PerRead"),
                                    alone("body of 256, 1 a read, beside one alone", "Tapi256_1PerRead"),
                                    alone("body of 256, 3 a read, beside one alone", "Tapi256_3PerRead"),
-                                   alone("round trip, beside an echo on one thread", "TapiRoundTrip")});
+                                   {"round trip, beside a bare hand-over", "TapiRoundTrip_ours",
+                                    "TapiRoundTrip_handed", 0}});
 }

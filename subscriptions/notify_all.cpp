@@ -10,11 +10,11 @@ void IMS_subscription_table::notifyAll(SIPLIB_SIPConnector& connector, const cha
                                        const char* subscription_state, int expires)
 {
     const int count = getTableSize(); // entries added during the sweep are not visited
+    std::string contact; // the four keep their memory from one entry to the next
+    std::string to;
+    std::string from;
+    std::string callid;
     for (int i = 0; i < count; ++i) {
-        std::string contact;
-        std::string to;
-        std::string from;
-        std::string callid;
         if (getEntry(i, contact, to, from, callid) != 0) continue; // removed during the sweep
         SIPLIB_SIPObject* const opened = IMS_User_Agent::conn_open(connector, contact.c_str(), local_uri);
         SIPLIB_SIPClientConnection* const conn = opened ? opened->asClientConnection() : nullptr;
