@@ -10,7 +10,7 @@ void IMS_subscription_table::notifyAll(SIPLIB_SIPConnector& connector, const cha
                                        const char* subscription_state, int expires)
 {
     const int count = getTableSize(); // entries added during the sweep are not visited
-    std::string contact; // the four keep their memory from one entry to the next
+    std::string contact;              // the four keep their memory from one entry to the next
     std::string to;
     std::string from;
     std::string callid;
