@@ -1,6 +1,7 @@
 #include "baseuafw/IMS_mutex.h"
 
-// It is held for some instructions at a time: on several cores, looking at it for a moment is cheaper than sleeping.
+// It is held for some instructions at a time: on several cores, looking at it for a moment is cheaper than
+// sleeping.
 #ifdef PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP
 #define UNLOCKED PTHREAD_ADAPTIVE_MUTEX_INITIALIZER_NP
 #else

@@ -1,5 +1,5 @@
-// The start of every test program: a network of its own first, so that no port a test takes, gives back or finds
-// free can meet another test's, however many run at once.
+// The start of every test program: a network of its own first, so that no port a test takes, gives back or
+// finds free can meet another test's, however many run at once.
 #include "tests/support/private_network.h"
 
 #include <gtest/gtest.h>

@@ -4,10 +4,10 @@
 
 namespace imsua_tests {
 
-// Moves the calling thread, and with it every thread and process that it starts, into a new network namespace.
-// To be called while there is one thread. Root needs nothing else; other users get a user namespace too, where
-// the kernel allows it and no sanitizer has started a thread of its own. False: the machine's network is used,
-// as before, where two tests can meet at a port.
+// Moves the calling thread, and with it every thread and process that it starts, into a new network
+// namespace. To be called while there is one thread. Root needs nothing else; other users get a user
+// namespace too, where the kernel allows it and no sanitizer has started a thread of its own. False: the
+// machine's network is used, as before, where two tests can meet at a port.
 bool enter_private_network();
 
 } // namespace imsua_tests

@@ -50,6 +50,7 @@ public:
         std::unique_lock<std::mutex> lock(mutex_);
         return changed_.wait_for(lock, patience, [&] { return text_.find(text) != std::string::npos; });
     }
+
 private:
     void watch()
     {
