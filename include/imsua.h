@@ -14,6 +14,7 @@
 #include "core/state_graph.h"
 #include "core/state_table.h"
 #include "core/table_checks.h"
+#include "core/tapi_request.h"
 #include "include/ims_types.h"
 #include "include/shared_value.h"
 #include "include/sip_names.h"

@@ -3,7 +3,6 @@
 #include "include/imsua.h"
 
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -19,29 +18,13 @@ IMS_User_Agent* agent = nullptr; // the one of this process: a handler gets only
 
 // ---- what the controller sends becomes events ----
 
-struct Request {
-    IMS_MAPPED_MSG_S head; // every record begins so: event, length and address of the body
-    TAC_MSG_S message;     // an answer needs its id and reference
-};
-
-template <Event EVENT>
-void* to_event(TAC_MSG_S* message)
-{
-    auto* request = static_cast<Request*>(std::calloc(1, sizeof(Request)));
-    if (request == nullptr) IMS_daemon::fatal_exit(1);
-    request->head = {EVENT, message->body_len, 0, 0, message->body};
-    message->body = nullptr; // the record's now, and freed with it
-    request->message = *message;
-    return request;
-}
-
 // clang-format off
 constexpr TAPI_EVENT_ACTION_TABLE_T requests[] = {
-    {TAPI_SOCKET_INIT, to_event<HELLO>},
-    {0x1001, to_event<REGISTER>},
-    {0x1002, to_event<DEREGISTER>},
-    {0x1003, to_event<STATUS>},
-    {0x1004, to_event<NOTE>},
+    {TAPI_SOCKET_INIT, imsua::tapi_event<HELLO>},
+    {0x1001, imsua::tapi_event<REGISTER>},
+    {0x1002, imsua::tapi_event<DEREGISTER>},
+    {0x1003, imsua::tapi_event<STATUS>},
+    {0x1004, imsua::tapi_event<NOTE>},
     {TAPI_TABLE_END, nullptr},
 };
 // clang-format on
@@ -49,29 +32,17 @@ static_assert(imsua::is_sound<requests>);
 
 // ---- what is done: a handler returns the next event, 0 for none ----
 
-void send_event(std::uint16_t id, const void* body, std::size_t length)
-{
-    auto* bytes = static_cast<unsigned char*>(const_cast<void*>(body));
-    agent->send_tapi_async_message(id, static_cast<unsigned>(length), bytes);
-}
-
-void answer(void* data, const void* body, std::size_t length)
-{
-    auto* request = &static_cast<Request*>(data)->message;
-    agent->send_tapi_sync_resp_message(request, const_cast<void*>(body), static_cast<std::uint16_t>(length));
-}
-
 template <const char* TEXT>
 std::uint32_t say(void* data) // when asked
 {
-    answer(data, TEXT, std::strlen(TEXT));
+    imsua::tapi_answer(*agent, data, TEXT);
     return 0;
 }
 
 template <const char* TEXT>
 std::uint32_t tell(void*) // unasked
 {
-    send_event(STATE_CHANGED, TEXT, std::strlen(TEXT));
+    imsua::tapi_tell(*agent, STATE_CHANGED, TEXT);
     return 0;
 }
 
@@ -79,15 +50,14 @@ constexpr char OK[] = "ok", REFUSED[] = "refused";
 
 std::uint32_t hello(void* data)
 {
-    agent->send_tapi_socket_init_resp(&static_cast<Request*>(data)->message);
+    agent->send_tapi_socket_init_resp(&imsua::tapi_request(data).message);
     return 0;
 }
 
 std::uint32_t note(void* data)
 {
-    const IMS_MAPPED_MSG_S& head = static_cast<Request*>(data)->head;
-    answer(data, head.body, head.body_len);
-    send_event(NOTED, head.body, head.body_len);
+    imsua::tapi_answer(*agent, data, imsua::tapi_request(data).body());
+    imsua::tapi_tell(*agent, NOTED, imsua::tapi_request(data).body());
     return 0;
 }
 

@@ -1,4 +1,4 @@
-#include "tests/core/running_agent.h"
+#include "tests/core/telephony_ends.h"
 #include "tests/platform/baseuafw/blocked_thread.h"
 #include "tests/support/child.h"
 #include "tests/support/failing_calls.h"
@@ -11,36 +11,12 @@ namespace {
 
 using Records = std::vector<LogRecord>;
 
-// Both connections as pairs of sockets: what the senders wrote can be read at the clients' ends.
-class ASender : public testing::Test {
+class ASender : public WithTelephonyEnds {
 protected:
-    ASender()
-    {
-        imsua::store_shared(IMS_User_Agent::__ua_tapi_asyncfd, pair(async_client));
-        imsua::store_shared(IMS_User_Agent::__ua_tapi_syncfd, pair(sync_client));
-    }
-    ~ASender() override
-    {
-        ::close(asynchronous());
-        ::close(synchronous());
-    }
-    static int pair(std::unique_ptr<StreamEnd>& client)
-    {
-        int ends[2] = {-1, -1};
-        if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) return -1;
-        client = std::make_unique<StreamEnd>(ends[1]);
-        return ends[0];
-    }
     static unsigned char* body(const char* text)
     {
         return reinterpret_cast<unsigned char*>(const_cast<char*>(text));
     }
-
-    ClassWide members;
-    LogRecords log;
-    TelephonyAgent agent;
-    std::unique_ptr<StreamEnd> async_client;
-    std::unique_ptr<StreamEnd> sync_client;
 };
 
 // ---- events ----
