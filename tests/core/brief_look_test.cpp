@@ -3,6 +3,7 @@
 #include "core/IMS_queue_manager.h"
 
 #include <algorithm>
+#include <atomic>
 #include <gtest/gtest.h>
 #include <sched.h>
 #include <thread>
@@ -82,7 +83,7 @@ TEST_F(ABriefLook, EndsAtOnceOnASingleCore)
 // What it finds is there: a queue that seems filled is filled as long as nobody else takes from it.
 TEST_F(ABriefLook, SeesWhatAnotherThreadQueues)
 {
-    constexpr int rounds = 200;
+    constexpr int rounds = 50;
     for (int i = 0; i < rounds; ++i) {
         std::thread other([&] { ASSERT_EQ(queue.enqueue(&element), QUEUE_OK); });
         const auto deadline = Clock::now() + std::chrono::seconds(10);
@@ -95,6 +96,25 @@ TEST_F(ABriefLook, SeesWhatAnotherThreadQueues)
         EXPECT_EQ(taken, &element);
         EXPECT_TRUE(queue.seemsEmpty());
     }
+}
+
+// Whatever the other thread does meanwhile: looking ends, and takes nothing.
+TEST_F(ABriefLook, EndsWhileTheQueueIsBeingFilled)
+{
+    _Q_ELEMENT_T elements[51] = {};
+    std::atomic<bool> looking{false};
+    std::thread other([&] {
+        while (!looking)
+            std::this_thread::yield();
+        for (_Q_ELEMENT_T& one : elements)
+            queue.enqueue(&one);
+    });
+    looking = true;
+    const auto deadline = Clock::now() + std::chrono::seconds(10);
+    while (queue.heldAbout() < 51 && Clock::now() < deadline)
+        looker.look_into(queue);
+    other.join();
+    EXPECT_EQ(queue.heldAbout(), 51u);
 }
 
 TEST(TheCores, AreThoseThatTheProcessMayUse)
