@@ -8,16 +8,13 @@
 
 namespace {
 
-// How many calls until the one that fails; 0 when none will.
-std::atomic<int> remaining[static_cast<int>(Call::count)];
+// How many calls of this thread until the one that fails; 0 when none will.
+thread_local int remaining[static_cast<int>(Call::count)];
 
 bool must_fail(Call call)
 {
-    auto& left = remaining[static_cast<int>(call)];
-    int seen = left.load();
-    while (seen > 0 && !left.compare_exchange_weak(seen, seen - 1)) {
-    }
-    return seen == 1;
+    int& left = remaining[static_cast<int>(call)];
+    return left > 0 && --left == 0;
 }
 
 struct Block {

@@ -8,7 +8,8 @@
 
 enum class Call { malloc, strdup, operator_new, pthread_create, pthread_attr_init, count };
 
-// While in scope, the `nth` call (1 = the next) fails: null, bad_alloc, or EAGAIN for the thread calls.
+// While in scope, the `nth` call (1 = the next) of the thread that made this object fails: null, bad_alloc,
+// or EAGAIN for the thread calls. Other threads go on undisturbed, however far behind or ahead they are.
 class Failing {
 public:
     Failing(Call call, int nth);
