@@ -30,7 +30,7 @@ bool take(std::string_view& rest, char c)
 bool take_digits(std::string_view& rest, std::size_t most)
 {
     std::size_t n = 0;
-    while (n < rest.size() && rest[n] >= '0' && rest[n] <= '9')
+    while (n < rest.size() && is_digit(rest[n]))
         ++n;
     rest.remove_prefix(n);
     return n > 0 && n <= most;

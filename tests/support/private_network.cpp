@@ -20,15 +20,18 @@ bool write_file(const char* path, const std::string& text)
     return whole;
 }
 
+std::string map_of_one(unsigned inside, unsigned outside)
+{
+    return std::to_string(inside) + " " + std::to_string(outside) + " 1";
+}
+
 // Users keep their own numbers: what a test sees of files and rights stays as it was.
 bool unshare_network()
 {
-    const std::string user = std::to_string(::geteuid());
-    const std::string group = std::to_string(::getegid());
+    const uid_t user = ::geteuid();
+    const gid_t group = ::getegid();
     if (::unshare(CLONE_NEWNET) == 0) return true;
-    return ::unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0 && write_file("/proc/self/setgroups", "deny") &&
-           write_file("/proc/self/uid_map", user + " " + user + " 1") &&
-           write_file("/proc/self/gid_map", group + " " + group + " 1");
+    return ::unshare(CLONE_NEWUSER | CLONE_NEWNET) == 0 && imsua_tests::map_ids(user, user, group, group);
 }
 
 bool raise_loopback()
@@ -46,6 +49,13 @@ bool raise_loopback()
 } // namespace
 
 namespace imsua_tests {
+
+bool map_ids(uid_t inside_user, uid_t user, gid_t inside_group, gid_t group)
+{
+    return write_file("/proc/self/setgroups", "deny") &&
+           write_file("/proc/self/uid_map", map_of_one(inside_user, user)) &&
+           write_file("/proc/self/gid_map", map_of_one(inside_group, group));
+}
 
 bool enter_private_network()
 {

@@ -31,7 +31,7 @@ TEST(APrivateNetwork, IsWhereEveryThreadOfATestIs)
     }
 }
 
-TEST(APrivateNetwork, HasOnlyALoopbackAndThatIsUp)
+TEST(APrivateNetwork, HasALoopbackThatIsUp)
 {
     ifaddrs* first = nullptr;
     ASSERT_EQ(::getifaddrs(&first), 0);

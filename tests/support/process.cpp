@@ -1,5 +1,7 @@
 #include "tests/support/process.h"
 
+#include "tests/support/private_network.h"
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -23,26 +25,13 @@ using Clock = std::chrono::steady_clock;
 
 // ---- namespaces ----
 
-void write_file(const char* path, const std::string& text)
-{
-    const int fd = ::open(path, O_WRONLY | O_CLOEXEC);
-    if (fd < 0) return;
-    const ssize_t ignored = ::write(fd, text.data(), text.size());
-    static_cast<void>(ignored);
-    ::close(fd);
-}
-
 // In the holder: makes the namespace, tells the parent, sleeps until the parent kills it or dies.
 [[noreturn]] void hold_namespace(int report, bool own_user_namespace, uid_t uid, gid_t gid)
 {
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     const int flags = CLONE_NEWNET | (own_user_namespace ? CLONE_NEWUSER : 0);
     int error = ::unshare(flags) == 0 ? 0 : errno;
-    if (error == 0 && own_user_namespace) {
-        write_file("/proc/self/setgroups", "deny");
-        write_file("/proc/self/uid_map", "0 " + std::to_string(uid) + " 1");
-        write_file("/proc/self/gid_map", "0 " + std::to_string(gid) + " 1");
-    }
+    if (error == 0 && own_user_namespace && !imsua_tests::map_ids(0, uid, 0, gid)) error = errno;
     const ssize_t ignored = ::write(report, &error, sizeof error);
     static_cast<void>(ignored);
     ::close(report);
