@@ -5,6 +5,7 @@
 #include "siplib/reason_phrase.h"
 #include "siplib/response_text.h"
 #include "siplib/sofia/raw_message.h"
+#include "siplib/sofia/request_message.h"
 #include "siplib/sofia/wire_record.h"
 
 #include <sofia-sip/nta_tag.h>
@@ -93,7 +94,7 @@ void ClientSide::start(RequestOrder order, Window& window)
     slot.agent = agent_;
     ++window.under_way;
     if (MessageRecord::enabled()) sent_bodies().note(slot.order.message());
-    msg_t* msg = message_of(slot.order.message());
+    msg_t* msg = request_message(slot.order.message());
     nta_outgoing_t* transaction = open_transaction(slot, msg);
     if (!slot.busy) { // answered from within the call
         if (transaction) nta_outgoing_destroy(transaction);

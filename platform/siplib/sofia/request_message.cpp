@@ -1,0 +1,179 @@
+#include "siplib/sofia/request_message.h"
+
+#include "siplib/message_record.h"
+#include "siplib/sip_text.h"
+#include "siplib/sofia/raw_message.h"
+
+#include <cstring>
+#include <sofia-sip/msg_header.h>
+#include <sofia-sip/msg_parser.h>
+#include <sofia-sip/sip_hclasses.h>
+#include <sofia-sip/sip_header.h>
+#include <sofia-sip/su_alloc.h>
+#include <utility>
+
+namespace siplib::sofia {
+namespace {
+
+// What a client transaction of another method than INVITE reads of its request.
+const struct {
+    std::string_view name;
+    msg_hclass_t* header;
+} read_by_stack[] = {
+    {"From", sip_from_class},
+    {"To", sip_to_class},
+    {"Call-ID", sip_call_id_class},
+    {"CSeq", sip_cseq_class},
+    {"Max-Forwards", sip_max_forwards_class},
+    {"Route", sip_route_class},
+    {"Content-Length", sip_content_length_class},
+};
+
+// Bytes for the headers that are parsed and for the transaction's own pieces.
+constexpr std::size_t room_for_headers = 3 * 1024;
+
+msg_hclass_t* class_of(std::string_view name)
+{
+    for (const auto& row : read_by_stack)
+        if (same_word(row.name, name)) return row.header;
+    return nullptr;
+}
+
+// INVITE: the stack's own ACK and CANCEL take more headers from it. A Via of the caller's, and a header in
+// compact form: rare, and the stack's parser knows all about them.
+bool is_plain_method(std::string_view method)
+{
+    return method != "INVITE" && method != "ACK" && method != "CANCEL";
+}
+
+bool is_plain_name(std::string_view name)
+{
+    return name.size() > 1 && !same_word(name, "Via");
+}
+
+class RequestWriter {
+public:
+    explicit RequestWriter(std::string_view text)
+        : size_(text.size()), msg_(msg_create(sip_default_mclass(), 0)), home_(msg_home(msg_))
+    {
+        if (!msg_) return;
+        su_home_preload(home_, 1, static_cast<isize_t>(size_ + room_for_headers));
+        auto* copy = static_cast<char*>(su_alloc(home_, static_cast<isize_t>(size_)));
+        if (copy) rest_ = {static_cast<char*>(std::memcpy(copy, text.data(), size_)), size_};
+    }
+    ~RequestWriter()
+    {
+        if (msg_) msg_destroy(msg_);
+    }
+    RequestWriter(const RequestWriter&) = delete;
+    RequestWriter& operator=(const RequestWriter&) = delete;
+
+    bool write() { return !rest_.empty() && add_request_line() && add_headers() && add_body(); }
+    msg_t* release() { return std::exchange(msg_, nullptr); }
+
+private:
+    bool add_request_line();
+    bool add_headers();
+    bool add_body();
+    bool add_parsed(msg_hclass_t* header, std::string_view line, std::string_view value);
+    bool add_unread();
+    bool add(msg_header_t* header, std::string_view text);
+    std::string_view next_line();
+
+    std::size_t size_;
+    msg_t* msg_;
+    su_home_t* home_;
+    std::string_view rest_;   // what has no header yet
+    std::string_view unread_; // lines before it that nobody parses
+};
+
+// With its end; empty when there is none.
+std::string_view RequestWriter::next_line()
+{
+    const auto end = rest_.find("\r\n");
+    if (end == std::string_view::npos) return {};
+    const std::string_view line = rest_.substr(0, end + 2);
+    rest_.remove_prefix(line.size());
+    return line;
+}
+
+bool RequestWriter::add(msg_header_t* header, std::string_view text)
+{
+    if (!header) return false;
+    header->sh_data = text.data();
+    header->sh_len = static_cast<usize_t>(text.size());
+    // The first element of a list carries the line.
+    for (msg_header_t* element = header->sh_next; element; element = element->sh_next)
+        element->sh_data = text.data() + text.size();
+    return msg_header_insert(msg_, msg_object(msg_), header) == 0;
+}
+
+bool RequestWriter::add_parsed(msg_hclass_t* header, std::string_view line, std::string_view value)
+{
+    const auto size = static_cast<isize_t>(value.size());
+    msg_header_t* parsed = msg_header_alloc(home_, header, size + 1);
+    if (!parsed) return false;
+    char* copy = MSG_HEADER_DATA(parsed); // the parser cuts its text to pieces
+    std::memcpy(copy, value.data(), value.size());
+    copy[value.size()] = '\0';
+    return header->hc_parse(home_, parsed, copy, size) >= 0 && add(parsed, line);
+}
+
+bool RequestWriter::add_unread()
+{
+    if (unread_.empty()) return true;
+    msg_header_t* lines = msg_header_alloc(home_, sip_unknown_class, 0);
+    if (!lines) return false;
+    lines->sh_unknown->un_name = lines->sh_unknown->un_value = "";
+    return add(lines, std::exchange(unread_, {}));
+}
+
+bool RequestWriter::add_request_line()
+{
+    const std::string_view line = next_line();
+    return is_plain_method(line.substr(0, line.find(' '))) &&
+           add_parsed(sip_request_class, line, line.substr(0, line.size() - 2)) &&
+           // Begins the chain in which headers leave; those that follow are appended.
+           msg_serialize(msg_, msg_object(msg_)) >= 0;
+}
+
+bool RequestWriter::add_headers()
+{
+    for (;;) {
+        const std::string_view line = next_line();
+        if (line.size() <= 2)
+            return line.size() == 2 && add_unread() &&
+                   add(msg_header_alloc(home_, sip_separator_class, 0), line);
+        const auto colon = line.find(':');
+        if (colon == std::string_view::npos) return false;
+        const std::string_view name = trimmed(line.substr(0, colon));
+        if (!is_plain_name(name)) return false;
+        if (msg_hclass_t* header = class_of(name)) {
+            if (!add_unread() || !add_parsed(header, line, trimmed(line.substr(colon + 1)))) return false;
+        } else {
+            unread_ = unread_.empty() ? line : std::string_view(unread_.data(), unread_.size() + line.size());
+        }
+    }
+}
+
+bool RequestWriter::add_body()
+{
+    if (rest_.empty()) return true;
+    msg_header_t* body = msg_header_alloc(home_, sip_payload_class, 0);
+    if (!body) return false;
+    body->sh_payload->pl_data = const_cast<char*>(rest_.data()); // in the message's own memory
+    body->sh_payload->pl_len = static_cast<usize_t>(rest_.size());
+    return add(body, rest_);
+}
+
+} // namespace
+
+msg_t* request_message(std::string_view text)
+{
+    // A message in several pieces is recorded with its first piece only.
+    if (MessageRecord::enabled()) return message_of(text);
+    RequestWriter writer(text);
+    return writer.write() ? writer.release() : message_of(text);
+}
+
+} // namespace siplib::sofia
