@@ -6,6 +6,7 @@
 #include "siplib/sofia/close_on_exec.h"
 #include "siplib/sofia/root_descriptor.h"
 #include "siplib/sofia/sofia_log.h"
+#include "siplib/sofia/stream_batch.h"
 #include "siplib/stack.h"
 
 #include <algorithm>
@@ -127,10 +128,18 @@ void* SofiaBackend::thread_main(void* self)
     return nullptr;
 }
 
+// How many milliseconds until the root's next timer.
+long SofiaBackend::step_root()
+{
+    if (root_descriptor_ < 0) return su_root_step(root_, longest_wait);
+    const StreamBatch batch; // not while waiting
+    return su_root_step(root_, 0);
+}
+
 void SofiaBackend::step()
 {
     const std::size_t before = handled();
-    const long next = su_root_step(root_, root_descriptor_ < 0 ? longest_wait : 0);
+    const long next = step_root();
     if (root_descriptor_ >= 0 && handled() == before) { // nothing was there: what comes next may take a while
         pollfd root = {root_descriptor_, POLLIN, 0};
         // What is left of a millisecond counts as one: the timer is due then, and not asked for until it is.

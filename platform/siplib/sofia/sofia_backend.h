@@ -41,6 +41,7 @@ private:
     int set_up(); // on the SIP thread, like all that follows
     void start_record();
     void step();
+    long step_root();
     std::size_t handled() const { return batches_ + client_.handled() + server_->handled(); }
     void tear_down();
     void work_off();
