@@ -10,7 +10,7 @@ bool Connections::may_send_to(const std::string& route) const
     return static_cast<long long>(open_.size()) < most_ || routes_.count(route) > 0;
 }
 
-bool Connections::use(tport_t* transport, const std::string& route)
+bool Connections::use(tport_t* transport, std::string_view route)
 {
     if (!transport || !tport_is_secondary(transport)) return true;
     {
@@ -18,7 +18,7 @@ bool Connections::use(tport_t* transport, const std::string& route)
         if (open_.count(transport)) return true;
         if (static_cast<long long>(open_.size()) < most_) {
             open_.emplace(tport_ref(transport), route);
-            if (!route.empty()) routes_.insert(route);
+            if (!route.empty()) routes_.emplace(route);
             return true;
         }
     }

@@ -9,6 +9,7 @@
 
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -22,7 +23,7 @@ public:
     bool may_send_to(const std::string& route) const;
 
     // Counts a connection that is in use; `route` for one of ours. False: no room for it.
-    bool use(tport_t* transport, const std::string& route);
+    bool use(tport_t* transport, std::string_view route);
     void drop_closed();
     void drop_all(); // before an agent goes
 

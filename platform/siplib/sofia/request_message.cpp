@@ -29,8 +29,8 @@ const struct {
     {"Content-Length", sip_content_length_class},
 };
 
-// Bytes for the headers that are parsed and for the transaction's own pieces.
-constexpr std::size_t room_for_headers = 3 * 1024;
+// Bytes for the headers that are parsed and for what the transaction adds to a NOTIFY: its Via takes 1024.
+constexpr std::size_t room_for_headers = 2560;
 
 msg_hclass_t* class_of(std::string_view name)
 {
@@ -76,6 +76,7 @@ private:
     bool add_headers();
     bool add_body();
     bool add_parsed(msg_hclass_t* header, std::string_view line, std::string_view value);
+    bool add_party(msg_hclass_t* header, std::string_view line, std::string_view value);
     bool add_unread();
     bool add(msg_header_t* header, std::string_view text);
     std::string_view next_line();
@@ -119,6 +120,19 @@ bool RequestWriter::add_parsed(msg_hclass_t* header, std::string_view line, std:
     return header->hc_parse(home_, parsed, copy, size) >= 0 && add(parsed, line);
 }
 
+// Responses are matched by the tags of From and To; their addresses are nobody's business here.
+bool RequestWriter::add_party(msg_hclass_t* header, std::string_view line, std::string_view value)
+{
+    const std::string_view tag = tag_in(value);
+    msg_header_t* party = msg_header_alloc(home_, header, static_cast<isize_t>(tag.size() + 1));
+    if (!party) return false;
+    char* copy = MSG_HEADER_DATA(party);
+    std::memcpy(copy, tag.data(), tag.size());
+    copy[tag.size()] = '\0';
+    if (!tag.empty()) reinterpret_cast<sip_addr_t*>(party)->a_tag = copy;
+    return add(party, line);
+}
+
 bool RequestWriter::add_unread()
 {
     if (unread_.empty()) return true;
@@ -146,10 +160,13 @@ bool RequestWriter::add_headers()
                    add(msg_header_alloc(home_, sip_separator_class, 0), line);
         const auto colon = line.find(':');
         if (colon == std::string_view::npos) return false;
-        const std::string_view name = trimmed(line.substr(0, colon));
+        const std::string_view name = line.substr(0, colon);
         if (!is_plain_name(name)) return false;
         if (msg_hclass_t* header = class_of(name)) {
-            if (!add_unread() || !add_parsed(header, line, trimmed(line.substr(colon + 1)))) return false;
+            const std::string_view value = trimmed(line.substr(colon + 1));
+            const bool party = header == sip_from_class || header == sip_to_class;
+            if (!add_unread() || !(party ? add_party(header, line, value) : add_parsed(header, line, value)))
+                return false;
         } else {
             unread_ = unread_.empty() ? line : std::string_view(unread_.data(), unread_.size() + line.size());
         }

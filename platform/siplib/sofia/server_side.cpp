@@ -78,7 +78,7 @@ void ServerSide::refuse(siplib_port& port, msg_t* msg, int status, bool hang_up)
 bool ServerSide::connection_counts(siplib_port& port, msg_t* msg)
 {
     tport_t* transport = nta_incoming_transport(port.agent, nullptr, msg);
-    const bool counts = connections_.use(transport, std::string());
+    const bool counts = connections_.use(transport, {});
     if (transport) tport_unref(transport);
     return counts;
 }
