@@ -4,8 +4,10 @@
 //
 // Three forms of ours: "prepared" hands notifyAll a document that is already text, so that both sides send
 // the same bytes and nothing else; "document" encodes the link-event document for every subscriber, as a
-// daemon does. The peer is a process of its own. All figures are for completed transactions: request out, 200
-// back.
+// daemon does; "stream" is a thousand sweeps to one subscriber, as fast as they can be asked for. The last
+// one is a figure of throughput for N = 1, "prepared/1" one of latency: there each NOTIFY waits for the 200
+// to the one before. The peer is a process of its own. All figures are for completed transactions: request
+// out, 200 back.
 #include "baseuafw/baseuafw.h"
 #include "bench/support/bare_nta.h"
 #include "bench/support/ratios.h"
@@ -115,31 +117,33 @@ std::string contact_of(int i, bool tcp)
            (tcp ? ";transport=tcp>" : ">");
 }
 
-void run_ours(benchmark::State& state, XmlData& document, bool tcp)
+void run_ours(benchmark::State& state, XmlData& document, bool tcp, int subscribers, int sweeps = 1)
 {
-    const int count = static_cast<int>(state.range(0));
     IMS_subscription_table table;
-    for (int i = 0; i < count; ++i)
+    for (int i = 0; i < subscribers; ++i)
         table.store_subs(contact_of(i, tcp), "kiv-link-event", 3600, "<sip:subscriber@127.0.0.1>;tag=peer",
                          "<sip:bench@127.0.0.1>;tag=ours",
                          ("bench-" + std::to_string(i) + "@127.0.0.1").c_str());
     SIPLIB_SIPConnector connector;
     static Counter counter;
+    const int count = subscribers * sweeps;
     const Meter meter(state, count);
     for (auto _ : state) {
         counter.expect(count);
-        table.notifyAll(connector, LOCAL_URI, "kiv-link-event", "application/xml", document, &counter,
-                        "active", 3600);
+        for (int sweep = 0; sweep < sweeps; ++sweep)
+            table.notifyAll(connector, LOCAL_URI, "kiv-link-event", "application/xml", document, &counter,
+                            "active", 3600);
         if (counter.wait() != count) state.SkipWithError("a NOTIFY was not answered with 200");
     }
 }
 
-// The same requests as text, for the baseline.
-std::vector<std::string> prepared_requests(int count, bool tcp)
+// The same requests as text, for the baseline: one to each subscriber, or all to the first.
+std::vector<std::string> prepared_requests(int count, bool tcp, bool one_subscriber = false)
 {
     const PreparedDocument document;
     std::vector<std::string> requests;
-    for (int i = 0; i < count; ++i) {
+    for (int n = 0; n < count; ++n) {
+        const int i = one_subscriber ? 0 : n;
         const std::string contact = contact_of(i, tcp);
         requests.push_back(
             "NOTIFY " + contact.substr(1, contact.size() - 2) +
@@ -148,21 +152,31 @@ std::vector<std::string> prepared_requests(int count, bool tcp)
             LOCAL_URI +
             "\r\nEvent: kiv-link-event\r\nExpires: 3600\r\nSubscription-State: active\r\n"
             "Kiv-Profile-ID: -1\r\nContent-Type: application/xml\r\nCall-ID: bench-" +
-            std::to_string(i) + "@127.0.0.1\r\nCSeq: 1 NOTIFY\r\nMax-Forwards: 70\r\nContent-Length: " +
-            std::to_string(document.text.size()) + "\r\n\r\n" + document.text);
+            std::to_string(i) + "@127.0.0.1\r\nCSeq: " + std::to_string(n - i + 1) +
+            " NOTIFY\r\nMax-Forwards: 70\r\nContent-Length: " + std::to_string(document.text.size()) +
+            "\r\n\r\n" + document.text);
     }
     return requests;
 }
 
-void run_bare(benchmark::State& state, bool tcp)
+void send_bare(benchmark::State& state, const std::vector<std::string>& requests)
 {
-    const int count = static_cast<int>(state.range(0));
     static bench::BareNta nta;
-    const auto requests = prepared_requests(count, tcp);
+    const int count = static_cast<int>(requests.size());
     const Meter meter(state, count);
     for (auto _ : state)
         if (nta.send_all(requests, WINDOW) != count)
             state.SkipWithError("a NOTIFY was not answered with 200");
+}
+
+void run_bare(benchmark::State& state, bool tcp)
+{
+    send_bare(state, prepared_requests(static_cast<int>(state.range(0)), tcp));
+}
+
+void stream_bare(benchmark::State& state, bool tcp)
+{
+    send_bare(state, prepared_requests(static_cast<int>(state.range(0)), tcp, true));
 }
 
 void run_handed(benchmark::State& state, bool tcp)
@@ -190,14 +204,20 @@ void run_echo(benchmark::State& state, bool tcp)
 void prepared(benchmark::State& state, bool tcp)
 {
     PreparedDocument document;
-    run_ours(state, document, tcp);
+    run_ours(state, document, tcp, static_cast<int>(state.range(0)));
+}
+
+void streamed(benchmark::State& state, bool tcp)
+{
+    PreparedDocument document;
+    run_ours(state, document, tcp, 1, static_cast<int>(state.range(0)));
 }
 
 void encoded(benchmark::State& state, bool tcp)
 {
     DALinkEvXmlData document;
     samples::fill(document);
-    run_ours(state, document, tcp);
+    run_ours(state, document, tcp, static_cast<int>(state.range(0)));
 }
 
 void declare(const char* transport, bool tcp, std::vector<bench::Ratio>& ratios)
@@ -205,22 +225,29 @@ void declare(const char* transport, bool tcp, std::vector<bench::Ratio>& ratios)
     const std::string prefix = transport;
     const auto add = [&](const char* name, void (*body)(benchmark::State&, bool)) {
         auto* entry = benchmark::RegisterBenchmark((prefix + "/" + name).c_str(), body, tcp);
-        entry->UseRealTime()->MeasureProcessCPUTime()->Arg(1)->Arg(100)->Arg(10000);
+        return entry->UseRealTime()->MeasureProcessCPUTime();
     };
-    add("prepared", &prepared);
-    add("document", &encoded);
-    add("bare-nta", &run_bare);
-    add("handed-nta", &run_handed);
-    add("raw-echo", &run_echo);
-    for (const char* count : {"/1", "/100", "/10000"}) {
-        ratios.push_back({prefix + " notifyAll" + count + " to NTA", prefix + "/prepared" + count,
-                          prefix + "/bare-nta" + count, 0.9});
-        ratios.push_back({prefix + " notifyAll" + count + " to NTA on its own thread",
-                          prefix + "/prepared" + count, prefix + "/handed-nta" + count, 0});
-        ratios.push_back({prefix + " notifyAll" + count + " with document to NTA",
-                          prefix + "/document" + count, prefix + "/bare-nta" + count, 0.9});
-        ratios.push_back({prefix + " notifyAll" + count + " to raw echo", prefix + "/prepared" + count,
-                          prefix + "/raw-echo" + count, tcp ? 0.25 : 0.16});
+    add("prepared", &prepared)->Arg(1)->Arg(100)->Arg(10000);
+    add("document", &encoded)->Arg(1)->Arg(100)->Arg(10000);
+    add("bare-nta", &run_bare)->Arg(1)->Arg(100)->Arg(10000);
+    add("handed-nta", &run_handed)->Arg(1)->Arg(100)->Arg(10000);
+    add("raw-echo", &run_echo)->Arg(1)->Arg(100)->Arg(1000)->Arg(10000);
+    add("stream", &streamed)->Arg(1000);
+    add("bare-stream", &stream_bare)->Arg(1000);
+    const auto compare = [&](const std::string& what, const std::string& ours, const std::string& bare,
+                             double target, bool cpu = false) {
+        ratios.push_back({prefix + " " + what, prefix + "/" + ours, prefix + "/" + bare, target, cpu});
+    };
+    const double echo = tcp ? 0.25 : 0.16;
+    compare("stream of notifyAll/1 to NTA", "stream/1000", "bare-stream/1000", 0.9);
+    compare("stream of notifyAll/1 to NTA, CPU time", "stream/1000", "bare-stream/1000", 0.9, true);
+    compare("stream of notifyAll/1 to raw echo", "stream/1000", "raw-echo/1000", echo);
+    for (const std::string n : {"/1", "/100", "/10000"}) {
+        compare("notifyAll" + n + " to NTA", "prepared" + n, "bare-nta" + n, 0.9);
+        compare("notifyAll" + n + " to NTA, CPU time", "prepared" + n, "bare-nta" + n, 0.9, true);
+        compare("notifyAll" + n + " to NTA on its own thread", "prepared" + n, "handed-nta" + n, 0);
+        compare("notifyAll" + n + " with document to NTA", "document" + n, "bare-nta" + n, 0);
+        compare("notifyAll" + n + " to raw echo", "prepared" + n, "raw-echo" + n, echo);
     }
 }
 

@@ -17,17 +17,20 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override
     {
         for (const auto& run : runs)
-            if (run.run_type == Run::RT_Iteration && !run.error_occurred)
-                times_[plain_name(run)].push_back(run.real_accumulated_time /
-                                                  static_cast<double>(run.iterations));
+            if (run.run_type == Run::RT_Iteration && !run.error_occurred) {
+                const auto count = static_cast<double>(run.iterations);
+                elapsed_[plain_name(run)].push_back(run.real_accumulated_time / count);
+                cpu_[plain_name(run)].push_back(run.cpu_accumulated_time / count);
+            }
         ConsoleReporter::ReportRuns(runs);
     }
 
     // Median seconds an iteration, or 0 when there is no such benchmark.
-    double median(const std::string& name) const
+    double median(const std::string& name, bool cpu) const
     {
-        const auto found = times_.find(name);
-        if (found == times_.end()) return 0;
+        const auto& times = cpu ? cpu_ : elapsed_;
+        const auto found = times.find(name);
+        if (found == times.end()) return 0;
         auto sorted = found->second;
         std::sort(sorted.begin(), sorted.end());
         return sorted[sorted.size() / 2];
@@ -42,13 +45,15 @@ private:
         return name;
     }
 
-    std::map<std::string, std::vector<double>> times_;
+    using Times = std::map<std::string, std::vector<double>>;
+    Times elapsed_;
+    Times cpu_;
 };
 
 bool print(const Ratio& ratio, const Collector& collected, bool enforce)
 {
-    const double ours = collected.median(ratio.ours);
-    const double bare = collected.median(ratio.bare);
+    const double ours = collected.median(ratio.ours, ratio.cpu);
+    const double bare = collected.median(ratio.bare, ratio.cpu);
     if (ours <= 0 || bare <= 0) {
         std::printf("%-44s not measured\n", ratio.what.c_str());
         return false;

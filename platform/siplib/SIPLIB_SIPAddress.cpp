@@ -161,7 +161,7 @@ int ParsedAddress::getParameter(const std::string& name, std::string& out) const
 int ParsedAddress::setParameter(const std::string& name, const std::string& value)
 {
     if (!only_chars(name, chars_token, false)) return SIPLIB_ERR_ARGUMENT;
-    if (first_of(value, {"\r\n\0", 3}) != std::string_view::npos) return SIPLIB_ERR_ARGUMENT;
+    if (leading_chars(value, chars_unbroken) < value.size()) return SIPLIB_ERR_ARGUMENT;
     return guarded([&] {
         params_ = with_param(params_, name, printed_value(value));
         return SIPLIB_OK;

@@ -70,7 +70,7 @@ bool take_bare(std::string_view& rest, std::string_view ends, AddressParts& part
 
 bool split_address(std::string_view header, std::string_view value, AddressParts& parts)
 {
-    if (first_of(value, {"\r\n\0", 3}) != value.npos) return false;
+    if (leading_chars(value, chars_unbroken) < value.size()) return false;
     const HeaderGrammar& grammar = grammar_of(header);
     std::string_view rest = without_leading_blanks(value);
     AddressParts read;

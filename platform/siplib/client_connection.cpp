@@ -108,14 +108,15 @@ int ClientConnection::prepare(Stack& stack, RequestOrder& order)
     if (work.method == "CANCEL") return SIPLIB_ERR_UNSUPPORTED;
     if (!is_addressed(work.request, work.opening.request_uri)) return SIPLIB_ERR_STATE;
     Target target;
+    target.route = stack.spare_texts().take(); // the order's memory: the route is its beginning
     if (const int status = find_target(work.request, work.opening.request_uri, work.opening.hop, target))
         return status;
     if (target.tcp && !stack.cfg().tcpFlag) return SIPLIB_ERR_TRANSPORT;
     if (!stack.backend().may_send_to(target)) return SIPLIB_ERR_STATE;
     order.route_size = static_cast<std::uint32_t>(target.route.size());
-    order.text = stack.spare_texts().take();
-    order.text.reserve(target.route.size() + work.request.wire_size() + 256);
-    order.text.assign(target.route).append(1, '\0');
+    order.text = std::move(target.route);
+    order.text.reserve(order.text.size() + work.request.wire_size() + 256);
+    order.text += '\0';
     order.tcp = target.tcp;
     order.own_via = work.request.has("Via");
     return complete_request(work.request, work.method, work.opening.request_uri, stack.cseqs(), order.text);
@@ -435,7 +436,7 @@ int ClientConnection::setRequestURI(const char* uri)
         if (has_control(uri)) return SIPLIB_ERR_ARGUMENT;
         Uri found;
         if (!read_uri(uri, found)) return SIPLIB_ERR_SYNTAX;
-        work.opening.request_uri = std::move(found.text);
+        work.opening.request_uri = found.text;
         return SIPLIB_OK;
     });
 }

@@ -97,7 +97,7 @@ SIPLIB_SIPObject* open_uri(const char* desturi, const char* srcuri)
     if (!readable(desturi, "destination", destination) || (srcuri && !readable(srcuri, "source", source)))
         return nullptr;
     ClientConnection::Opening opening;
-    opening.request_uri = std::move(destination.text);
+    opening.request_uri = destination.text;
     return open_client(std::move(opening));
 }
 
@@ -119,7 +119,7 @@ SIPLIB_SIPObject* open_address(const char* type, const char* destip, int destpor
     Uri destination;
     if (!readable(text.c_str(), "address", destination) || (srcip && has_control(srcip))) return nullptr;
     ClientConnection::Opening opening;
-    opening.request_uri = std::move(destination.text);
+    opening.request_uri = destination.text;
     return open_client(std::move(opening));
 }
 
@@ -132,7 +132,7 @@ SIPLIB_SIPObject* open_to_from(const char* to, const char* from, const char* src
     opening.request_uri = uri_in(to);
     opening.to = to;
     opening.from = from;
-    if (!source.text.empty()) opening.contact = "<" + source.text + ">";
+    if (!source.text.empty()) opening.contact.append("<").append(source.text).append(">");
     return open_client(std::move(opening));
 }
 

@@ -6,12 +6,9 @@ namespace siplib {
 namespace {
 
 // A line feed occurs in none of the parts.
-std::string joined(const DialogKey& key, std::string_view remote_tag)
+void join(const DialogKey& key, std::string_view remote_tag, std::string& text)
 {
-    std::string text;
-    text.reserve(key.call_id.size() + key.local_tag.size() + remote_tag.size() + 2);
-    text.append(key.call_id).append(1, '\n').append(key.local_tag).append(1, '\n').append(remote_tag);
-    return text;
+    text.assign(key.call_id).append(1, '\n').append(key.local_tag).append(1, '\n').append(remote_tag);
 }
 
 } // namespace
@@ -26,18 +23,18 @@ void CSeqTable::drop_oldest()
 
 CSeqTable::Entry& CSeqTable::touch(const DialogKey& key)
 {
-    std::string text = joined(key, key.remote_tag);
-    const auto found = index_.find(text);
+    join(key, key.remote_tag, joined_);
+    const auto found = index_.find(joined_);
     if (found != index_.end()) {
         entries_.splice(entries_.begin(), entries_, found->second);
         return entries_.front();
     }
-    std::uint32_t number = floor_;
+    entries_.push_front({joined_, floor_});
     if (!key.remote_tag.empty()) {
-        const auto before = index_.find(joined(key, {}));
-        if (before != index_.end()) number = std::max(number, before->second->number);
+        join(key, {}, joined_);
+        const auto before = index_.find(joined_);
+        if (before != index_.end()) entries_.front().number = std::max(floor_, before->second->number);
     }
-    entries_.push_front({std::move(text), number});
     index_.emplace(entries_.front().key, entries_.begin());
     if (entries_.size() > capacity_) drop_oldest();
     return entries_.front();

@@ -43,6 +43,7 @@ private:
     std::list<Entry> entries_; // the one used last in front
     std::unordered_map<std::string_view, std::list<Entry>::iterator> index_;
     std::uint32_t floor_ = 0;
+    std::string joined_; // the key that is looked for; keeps its memory
 };
 
 } // namespace siplib

@@ -79,7 +79,7 @@ bool look_up(const std::string& host, std::string& address)
 
 // Which host, port and transport the request goes to, before names are looked up.
 int choose_hop(const Message& message, const std::string& request_uri, const NextHop& hop, Target& target,
-               std::string& transport)
+               std::string_view& transport)
 {
     Uri uri;
     const bool readable = read_uri(request_uri, uri);
@@ -89,11 +89,11 @@ int choose_hop(const Message& message, const std::string& request_uri, const Nex
     if (!hop.host.empty()) {
         target.host = hop.host;
         target.port = hop.port;
-        transport = !hop.transport.empty() ? hop.transport : readable ? uri.transport : std::string();
+        transport = !hop.transport.empty() ? hop.transport : uri.transport;
         return SIPLIB_OK;
     }
     if (!readable && route.empty()) return SIPLIB_ERR_SYNTAX;
-    if (uri.scheme != "sip") return SIPLIB_ERR_TRANSPORT; // sips needs TLS, tel needs a next hop
+    if (!same_word(uri.scheme, "sip")) return SIPLIB_ERR_TRANSPORT; // sips needs TLS, tel needs a next hop
     target.host = uri.host;
     target.port = uri.port ? uri.port : 5060;
     transport = uri.transport;
@@ -128,17 +128,16 @@ int complete_request(Message& message, const std::string& method, const std::str
 
 int find_target(const Message& message, const std::string& uri, const NextHop& hop, Target& target)
 {
-    std::string transport;
+    std::string_view transport;
     if (const int status = choose_hop(message, uri, hop, target, transport)) return status;
-    if (!transport.empty() && transport != "udp" && transport != "tcp") return SIPLIB_ERR_TRANSPORT;
-    target.tcp = transport == "tcp";
+    target.tcp = same_word(transport, "tcp");
+    if (!target.tcp && !transport.empty() && !same_word(transport, "udp")) return SIPLIB_ERR_TRANSPORT;
     if (!is_numeric(target.host)) {
         const std::string name = target.host;
         if (!look_up(name, target.host)) return SIPLIB_ERR_TRANSPORT;
     }
     const bool v6 = target.host.find(':') != std::string::npos;
     target.route.clear();
-    target.route.reserve(target.host.size() + 32);
     target.route.append(v6 ? "sip:[" : "sip:").append(target.host).append(v6 ? "]:" : ":");
     target.route.append(std::to_string(target.port)).append(target.tcp ? ";transport=tcp" : ";transport=udp");
     return SIPLIB_OK;

@@ -36,6 +36,8 @@ constexpr std::array<std::uint16_t, 256> make_table()
         }
     }
     for (unsigned c = 0; c < table.size(); ++c) {
+        if (c != '\r' && c != '\n' && c != 0)
+            table[c] = static_cast<std::uint16_t>(table[c] | chars_unbroken);
         if (c != '\t' && (c < 0x20 || c == 0x7f)) continue;
         const bool bare = c > ' ' && c != '<' && c != '>' && c != '"';
         table[c] = static_cast<std::uint16_t>(table[c] | chars_line | (bare ? chars_bare : 0));

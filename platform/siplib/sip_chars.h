@@ -26,7 +26,8 @@ enum CharSet : std::uint16_t {
     chars_label = 256,   // a label of a host name, and the underscore that private networks use
     chars_hex = 512,
     chars_line = 1024, // what a header value may hold: no control character but a tab, anything beyond ASCII
-    chars_bare = 2048  // of these, what needs no brackets and no quotes: no blank, "<", ">" or quote
+    chars_bare = 2048, // of these, what needs no brackets and no quotes: no blank, "<", ">" or quote
+    chars_unbroken = 4096 // anything but CR, LF and NUL
 };
 
 // Which sets each byte is in.

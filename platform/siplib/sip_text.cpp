@@ -10,14 +10,6 @@ bool is_alphanumeric(char c)
     return is_digit(c) || (lower(c) >= 'a' && lower(c) <= 'z');
 }
 
-std::string lowered(std::string_view text)
-{
-    std::string result(text);
-    for (char& c : result)
-        c = lower(c);
-    return result;
-}
-
 struct Compact {
     char letter;
     const char* name;
@@ -147,7 +139,7 @@ bool read_sip_part(std::string_view rest, Uri& uri)
     std::string_view list = after_user.substr(end);
     list = list.substr(0, list.find('?'));
     std::string_view value;
-    if (find_parameter(list, "transport", value)) uri.transport = lowered(value);
+    if (find_parameter(list, "transport", value)) uri.transport = value;
     if (find_parameter(list, "maddr", value) && is_host_name(value)) uri.host = value;
     uri.loose_route = find_parameter(list, "lr", value);
     return true;
@@ -258,12 +250,12 @@ bool read_uri(std::string_view text, Uri& uri)
     const auto colon = text.find(':');
     if (colon == std::string_view::npos) return false;
     found.text = text;
-    found.scheme = lowered(text.substr(0, colon));
+    found.scheme = text.substr(0, colon);
     const std::string_view rest = text.substr(colon + 1);
-    const bool is_sip = found.scheme == "sip" || found.scheme == "sips";
-    const bool good = is_sip ? read_sip_part(rest, found) : found.scheme == "tel" && !rest.empty();
+    const bool is_sip = same_word(found.scheme, "sip") || same_word(found.scheme, "sips");
+    const bool good = is_sip ? read_sip_part(rest, found) : same_word(found.scheme, "tel") && !rest.empty();
     if (!good) return false;
-    uri = std::move(found);
+    uri = found;
     return true;
 }
 

@@ -55,13 +55,13 @@ bool find_parameter(std::string_view list, std::string_view name, std::string_vi
 // The tag of a From or To value; empty when there is none.
 std::string_view tag_in(std::string_view value);
 
-// A SIP URI taken apart.
+// A SIP URI taken apart: views into the text that was read. Scheme and transport stand as they were written.
 struct Uri {
-    std::string text;      // the whole, without brackets
-    std::string scheme;    // lower case
-    std::string host;      // without the brackets of an IPv6 reference
-    int port = 0;          // 0 = none given
-    std::string transport; // lower case, empty = none given
+    std::string_view text; // the whole, without brackets
+    std::string_view scheme;
+    std::string_view host;      // without the brackets of an IPv6 reference
+    int port = 0;               // 0 = none given
+    std::string_view transport; // empty = none given
     bool loose_route = false;
 };
 

@@ -46,7 +46,7 @@ bool is_host(std::string_view text)
     if (text.empty()) return false;
     if (text.front() == '[')
         return text.back() == ']' && is_ip_address(AF_INET6, text.substr(1, text.size() - 2));
-    return is_host_name(text) || is_ip_address(AF_INET, text);
+    return (is_digit(text.back()) && is_ip_address(AF_INET, text)) || is_host_name(text);
 }
 
 bool split_userinfo(std::string_view text, UriParts& parts)

@@ -37,6 +37,12 @@ TEST(SipChars, HoldTheSetsOfTheGrammar)
     EXPECT_EQ(members(chars_hex), digits + "ABCDEFabcdef");
 }
 
+TEST(SipChars, KnowWhatBreaksALine)
+{
+    for (int c = 0; c < 256; ++c)
+        EXPECT_EQ(in_set(static_cast<char>(c), chars_unbroken), c != '\r' && c != '\n' && c != 0) << c;
+}
+
 TEST(SipChars, WantTwoHexadecimalDigitsInAnEscape)
 {
     EXPECT_TRUE(only_chars("a%20b%Ff", chars_user, true));

@@ -64,7 +64,7 @@ TEST_P(AUriAsText, IsTakenApart)
 INSTANTIATE_TEST_SUITE_P(
     Good, AUriAsText,
     ::testing::Values(GoodUri{"sip:a@b", "sip", "b", 0, ""}, GoodUri{"<sip:a@b:5070>", "sip", "b", 5070, ""},
-                      GoodUri{" <SIP:127.0.0.1;transport=TCP;lr> ", "sip", "127.0.0.1", 0, "tcp"},
+                      GoodUri{" <SIP:127.0.0.1;transport=TCP;lr> ", "SIP", "127.0.0.1", 0, "TCP"},
                       GoodUri{"sip:[::1]:5061", "sip", "::1", 5061, ""},
                       GoodUri{"sips:user:pass@host.example;maddr=10.0.0.1", "sips", "10.0.0.1", 0, ""},
                       GoodUri{"sip:a;b=c@host:1", "sip", "host", 1, ""},
