@@ -16,10 +16,11 @@ namespace siplib::sofia {
 namespace {
 
 // What a client transaction of another method than INVITE reads of its request.
-const struct {
+struct ReadHeader {
     std::string_view name;
     msg_hclass_t* header;
-} read_by_stack[] = {
+};
+const ReadHeader read_by_stack[] = {
     {"From", sip_from_class},
     {"To", sip_to_class},
     {"Call-ID", sip_call_id_class},
@@ -32,10 +33,10 @@ const struct {
 // Bytes for the headers that are parsed and for what the transaction adds to a NOTIFY: its Via takes 1024.
 constexpr std::size_t room_for_headers = 2560;
 
-msg_hclass_t* class_of(std::string_view name)
+const ReadHeader* read_header(std::string_view name)
 {
-    for (const auto& row : read_by_stack)
-        if (same_word(row.name, name)) return row.header;
+    for (const ReadHeader& row : read_by_stack)
+        if (same_word(row.name, name)) return &row;
     return nullptr;
 }
 
@@ -75,6 +76,7 @@ private:
     bool add_request_line();
     bool add_headers();
     bool add_body();
+    bool add_read(const ReadHeader& row, std::string_view line, std::string_view value);
     bool add_parsed(msg_hclass_t* header, std::string_view line, std::string_view value);
     bool add_party(msg_hclass_t* header, std::string_view line, std::string_view value);
     bool add_unread();
@@ -86,6 +88,7 @@ private:
     su_home_t* home_;
     std::string_view rest_;   // what has no header yet
     std::string_view unread_; // lines before it that nobody parses
+    unsigned seen_ = 0;       // headers that are there, a bit each
 };
 
 // With its end; empty when there is none.
@@ -115,9 +118,19 @@ bool RequestWriter::add_parsed(msg_hclass_t* header, std::string_view line, std:
     msg_header_t* parsed = msg_header_alloc(home_, header, size + 1);
     if (!parsed) return false;
     char* copy = MSG_HEADER_DATA(parsed); // the parser cuts its text to pieces
-    std::memcpy(copy, value.data(), value.size());
+    value.copy(copy, value.size());
     copy[value.size()] = '\0';
     return header->hc_parse(home_, parsed, copy, size) >= 0 && add(parsed, line);
+}
+
+bool RequestWriter::add_read(const ReadHeader& row, std::string_view line, std::string_view value)
+{
+    const unsigned bit = 1U << (&row - read_by_stack);
+    const bool again = (seen_ & bit) != 0 && row.header != sip_route_class;
+    seen_ |= bit;
+    if (again) return false;
+    const bool party = row.header == sip_from_class || row.header == sip_to_class;
+    return party ? add_party(row.header, line, value) : add_parsed(row.header, line, value);
 }
 
 // Responses are matched by the tags of From and To; their addresses are nobody's business here.
@@ -127,7 +140,7 @@ bool RequestWriter::add_party(msg_hclass_t* header, std::string_view line, std::
     msg_header_t* party = msg_header_alloc(home_, header, static_cast<isize_t>(tag.size() + 1));
     if (!party) return false;
     char* copy = MSG_HEADER_DATA(party);
-    std::memcpy(copy, tag.data(), tag.size());
+    tag.copy(copy, tag.size());
     copy[tag.size()] = '\0';
     if (!tag.empty()) reinterpret_cast<sip_addr_t*>(party)->a_tag = copy;
     return add(party, line);
@@ -162,11 +175,8 @@ bool RequestWriter::add_headers()
         if (colon == std::string_view::npos) return false;
         const std::string_view name = line.substr(0, colon);
         if (!is_plain_name(name)) return false;
-        if (msg_hclass_t* header = class_of(name)) {
-            const std::string_view value = trimmed(line.substr(colon + 1));
-            const bool party = header == sip_from_class || header == sip_to_class;
-            if (!add_unread() || !(party ? add_party(header, line, value) : add_parsed(header, line, value)))
-                return false;
+        if (const ReadHeader* row = read_header(name)) {
+            if (!add_unread() || !add_read(*row, line, trimmed(line.substr(colon + 1)))) return false;
         } else {
             unread_ = unread_.empty() ? line : std::string_view(unread_.data(), unread_.size() + line.size());
         }

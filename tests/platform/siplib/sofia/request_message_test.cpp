@@ -129,6 +129,25 @@ TEST(ARequestMessage, IsReadAsAWholeWhereTheStackMayAskForMore)
     EXPECT_NE(parsed(compact)->sip_call_id, nullptr);
 }
 
+TEST(ARequestMessage, WithASingleHeaderTwiceIsReadAsAWhole)
+{
+    const Owned msg =
+        message_for("OPTIONS sip:b SIP/2.0\r\nFrom: <sip:a>;tag=1\r\nEvent: e\r\nFrom: <sip:c>;tag=2\r\n"
+                    "To: <sip:b>\r\nCall-ID: c\r\nCSeq: 1 OPTIONS\r\nContent-Length: 0\r\n\r\n");
+    ASSERT_NE(parsed(msg), nullptr);
+    EXPECT_NE(parsed(msg)->sip_event, nullptr);
+}
+
+TEST(ARequestMessage, ThatOpensADialogHasNoTagInTo)
+{
+    const Owned msg =
+        message_for("SUBSCRIBE sip:b SIP/2.0\r\nFrom: <sip:a>;tag=1\r\nTo: <sip:b>\r\nCall-ID: c\r\n"
+                    "CSeq: 1 SUBSCRIBE\r\nEvent: e\r\nContent-Length: 0\r\n\r\n");
+    ASSERT_NE(parsed(msg), nullptr);
+    EXPECT_EQ(parsed(msg)->sip_to->a_tag, nullptr);
+    EXPECT_EQ(parsed(msg)->sip_event, nullptr);
+}
+
 TEST(ARequestMessage, OfNoRequestIsNull)
 {
     EXPECT_EQ(message_for(""), nullptr);
