@@ -5,8 +5,8 @@
 #include "siplib/message_record.h"
 #include "siplib/sofia/close_on_exec.h"
 #include "siplib/sofia/root_descriptor.h"
+#include "siplib/sofia/send_batch.h"
 #include "siplib/sofia/sofia_log.h"
-#include "siplib/sofia/stream_batch.h"
 #include "siplib/stack.h"
 
 #include <algorithm>
@@ -23,8 +23,9 @@ namespace {
 
 // Between two batches the sockets get their turn: responses must not pile up while requests go out.
 constexpr std::size_t batch_size = 32;
-constexpr long longest_wait = 15000;     // milliseconds
-constexpr unsigned sockets_closing = 16; // steps that the root needs to let go of an agent's sockets
+constexpr unsigned turns_of_a_batch = 16; // of the root: nothing is held for longer, however busy the thread
+constexpr long longest_wait = 15000;      // milliseconds
+constexpr unsigned sockets_closing = 16;  // steps that the root needs to let go of an agent's sockets
 
 bool is_address(const char* text, std::size_t room)
 {
@@ -121,30 +122,34 @@ void* SofiaBackend::thread_main(void* self)
         // Nobody will wake a root that is not there: run the first task here.
         backend->work_off();
     }
-    while (!backend->ending_ && backend->setup_status_ == SIPLIB_OK)
-        backend->step();
+    if (backend->setup_status_ == SIPLIB_OK) backend->serve();
     backend->queue_.close();
     backend->tear_down();
     return nullptr;
 }
 
-// How many milliseconds until the root's next timer.
-long SofiaBackend::step_root()
+void SofiaBackend::serve()
 {
-    if (root_descriptor_ < 0) return su_root_step(root_, longest_wait);
-    const StreamBatch batch; // not while waiting
-    return su_root_step(root_, 0);
+    // Not where the root waits by itself: what is held must leave before.
+    const std::unique_ptr<SendBatch> batch(root_descriptor_ < 0 ? nullptr : new (std::nothrow) SendBatch);
+    while (!ending_)
+        step();
+}
+
+void SofiaBackend::wait_for_root(long milliseconds)
+{
+    pollfd root = {root_descriptor_, POLLIN, 0};
+    // What is left of a millisecond counts as one: the timer is due then, and not asked for until it is.
+    ::poll(&root, 1, static_cast<int>(std::clamp(milliseconds, 0L, longest_wait - 1) + 1));
 }
 
 void SofiaBackend::step()
 {
     const std::size_t before = handled();
-    const long next = step_root();
-    if (root_descriptor_ >= 0 && handled() == before) { // nothing was there: what comes next may take a while
-        pollfd root = {root_descriptor_, POLLIN, 0};
-        // What is left of a millisecond counts as one: the timer is due then, and not asked for until it is.
-        ::poll(&root, 1, static_cast<int>(std::clamp(next, 0L, longest_wait - 1) + 1));
-    }
+    const long next = su_root_step(root_, root_descriptor_ < 0 ? longest_wait : 0);
+    const bool idle = handled() == before; // what comes next may take a while
+    if (idle || ++turns_ % turns_of_a_batch == 0) SendBatch::flush_current();
+    if (idle && root_descriptor_ >= 0) wait_for_root(next);
     if (!MessageRecord::enabled()) return;
     for (const auto& port : ports_)
         port->record.drain();
@@ -349,6 +354,7 @@ void SofiaBackend::close_here(Notifier* notifier)
                                     [notifier](const auto& port) { return port->notifier == notifier; });
     if (found == ports_.end()) return;
     work_off(); // refusals of the requests that waited
+    SendBatch::flush_current();
     server_->forget(found->get());
     const std::unique_ptr<Port> closing = std::move(*found);
     ports_.erase(found);

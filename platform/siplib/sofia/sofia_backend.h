@@ -40,8 +40,9 @@ private:
 
     int set_up(); // on the SIP thread, like all that follows
     void start_record();
+    void serve();
     void step();
-    long step_root();
+    void wait_for_root(long milliseconds);
     std::size_t handled() const { return batches_ + client_.handled() + server_->handled(); }
     void tear_down();
     void work_off();
@@ -67,6 +68,7 @@ private:
     int wake_index_ = -1;
     int root_descriptor_ = -1; // to wait on; -1: the root waits by itself
     std::size_t batches_ = 0;  // taken from the queue
+    unsigned turns_ = 0;       // of the root
     struct Port : siplib_port {
         WireRecord record;
     };
