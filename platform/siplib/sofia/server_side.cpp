@@ -50,6 +50,14 @@ std::uint64_t handle_of(const siplib_incoming& slot)
     return static_cast<std::uint64_t>(slot.generation) << 32 | slot.index;
 }
 
+// What can make a dialog has one Contact (RFC 3261 section 8.1.1.8), in one line or in several.
+bool has_several_contacts(const sip_t* sip)
+{
+    const sip_method_t method = sip->sip_request->rq_method;
+    const bool makes_dialog = method == sip_method_subscribe || method == sip_method_invite;
+    return makes_dialog && sip->sip_contact && sip->sip_contact->m_next;
+}
+
 } // namespace
 
 void ServerSide::on_message(siplib_port& port, msg_t* msg, sip_t* sip)
@@ -125,7 +133,7 @@ void ServerSide::on_request(siplib_port& port, msg_t* msg, sip_t* sip)
         refuse(port, msg, 513);
         return;
     }
-    if (is_cut_short(sip)) {
+    if (is_cut_short(sip) || has_several_contacts(sip)) {
         refuse(port, msg, 400);
         return;
     }

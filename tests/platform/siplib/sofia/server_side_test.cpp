@@ -33,6 +33,23 @@ TEST_F(ServerTransactions, Answer400ToBrokenRequests)
     EXPECT_EQ(ears.count(), 0u);
 }
 
+// RFC 3261 section 8.1.1.8.
+TEST_F(ServerTransactions, Answer400ToSeveralContactsOfWhatCanMakeADialog)
+{
+    const std::string two_lines = "Contact: <sip:a@127.0.0.1>\r\nContact: <sip:b@127.0.0.1>\r\n";
+    const std::string one_line = "Contact: <sip:a@127.0.0.1>, <sip:b@127.0.0.1>\r\n";
+    const auto with = [this](const char* method, const char* branch, const std::string& contacts) {
+        std::string text = raw_request(method, peer.port(), branch);
+        return text.insert(text.find("CSeq:"), contacts);
+    };
+    EXPECT_EQ(raw_status(asked(with("SUBSCRIBE", "1", two_lines))), 400);
+    EXPECT_EQ(raw_status(asked(with("SUBSCRIBE", "2", one_line))), 400);
+    EXPECT_EQ(raw_status(asked(with("INVITE", "3", two_lines))), 400);
+    EXPECT_EQ(ears.count(), 0u);
+    peer.send_to(port, with("REGISTER", "4", two_lines));
+    ASSERT_TRUE(ears.next());
+}
+
 // RFC 3261 section 18.3.
 TEST_F(ServerTransactions, Answer400ToABodyThatEndsTooEarly)
 {
