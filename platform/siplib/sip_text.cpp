@@ -220,6 +220,13 @@ bool find_parameter(std::string_view list, std::string_view name, std::string_vi
 
 std::string_view tag_in(std::string_view value)
 {
+    // Nearly always a tag is the only parameter behind the bracket.
+    constexpr std::string_view only = ">;tag=";
+    const auto close = value.rfind('>');
+    if (close != std::string_view::npos && value.substr(close, only.size()) == only) {
+        const std::string_view rest = value.substr(close + only.size());
+        if (is_token(rest)) return rest;
+    }
     std::string_view tag;
     find_parameter(parameters_in(value), "tag", tag);
     return tag;

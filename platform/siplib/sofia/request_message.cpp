@@ -91,12 +91,11 @@ private:
     unsigned seen_ = 0;       // headers that are there, a bit each
 };
 
-// With its end; empty when there is none.
+// With its end, CR and LF; empty when there is none.
 std::string_view RequestWriter::next_line()
 {
-    const auto end = rest_.find("\r\n");
-    if (end == std::string_view::npos) return {};
-    const std::string_view line = rest_.substr(0, end + 2);
+    const std::string_view line = rest_.substr(0, rest_.find('\n') + 1);
+    if (line.size() < 2 || line[line.size() - 2] != '\r') return {};
     rest_.remove_prefix(line.size());
     return line;
 }
@@ -155,11 +154,27 @@ bool RequestWriter::add_unread()
     return add(lines, std::exchange(unread_, {}));
 }
 
+// The route says where the request goes: its URI is not looked at.
 bool RequestWriter::add_request_line()
 {
     const std::string_view line = next_line();
-    return is_plain_method(line.substr(0, line.find(' '))) &&
-           add_parsed(sip_request_class, line, line.substr(0, line.size() - 2)) &&
+    const std::string_view method = line.substr(0, line.find(' '));
+    constexpr std::string_view end = " SIP/2.0\r\n";
+    if (!is_plain_method(method) || !is_token(method) || line.size() < method.size() + end.size() ||
+        line.substr(line.size() - end.size()) != end)
+        return false;
+    msg_header_t* header =
+        msg_header_alloc(home_, sip_request_class, static_cast<isize_t>(method.size() + 1));
+    if (!header) return false;
+    char* name = MSG_HEADER_DATA(header);
+    name[method.copy(name, method.size())] = '\0';
+    auto* request = reinterpret_cast<sip_request_t*>(header);
+    request->rq_method = sip_method_code(name);
+    request->rq_method_name = name;
+    request->rq_version = sip_version_2_0;
+    url_init(request->rq_url, url_sip);
+    request->rq_url->url_host = "";
+    return add(header, line) &&
            // Begins the chain in which headers leave; those that follow are appended.
            msg_serialize(msg_, msg_object(msg_)) >= 0;
 }

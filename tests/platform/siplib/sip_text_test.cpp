@@ -39,6 +39,11 @@ TEST(SipText, FindsTheUriAndTheTagOfAnAddress)
     EXPECT_EQ(tag_in("sip:a@b;tag=yes"), "yes");
     EXPECT_EQ(tag_in("<sip:a@b;tag=no>"), "");
     EXPECT_EQ(tag_in("<sip:a@b>;x=\"a;tag=no\";tag=yes"), "yes");
+    EXPECT_EQ(tag_in("<sip:a@b>;tag=yes"), "yes");
+    EXPECT_EQ(tag_in("<sip:a@b>;tag=yes;x=y"), "yes");
+    EXPECT_EQ(tag_in("<sip:a@b>;tag=yes "), "yes");
+    EXPECT_EQ(tag_in("<sip:a@b>;x=\"q>;tag=no\""), "");
+    EXPECT_EQ(tag_in("<sip:a@b>;tag="), "");
     EXPECT_EQ(tag_in(""), "");
 }
 

@@ -66,7 +66,8 @@ TEST(ARequestMessage, HasReadWhatTheTransactionNeeds)
     ASSERT_NE(sip, nullptr);
     ASSERT_NE(sip->sip_request, nullptr);
     EXPECT_EQ(sip->sip_request->rq_method, sip_method_notify);
-    EXPECT_STREQ(sip->sip_request->rq_url->url_port, "5062");
+    EXPECT_STREQ(sip->sip_request->rq_method_name, "NOTIFY");
+    EXPECT_STREQ(sip->sip_request->rq_version, "SIP/2.0");
     ASSERT_NE(sip->sip_from, nullptr);
     EXPECT_STREQ(sip->sip_from->a_tag, "1");
     ASSERT_NE(sip->sip_to, nullptr);
@@ -153,6 +154,7 @@ TEST(ARequestMessage, OfNoRequestIsNull)
     EXPECT_EQ(message_for(""), nullptr);
     EXPECT_EQ(message_for("hello"), nullptr);
     EXPECT_EQ(message_for("hello\r\n\r\n"), nullptr);
+    EXPECT_EQ(message_for("OPTIONS sip:b\r\n\r\n"), nullptr);
 }
 
 TEST(ARequestMessage, ThatTheWriterCannotReadIsLeftToTheParser)
