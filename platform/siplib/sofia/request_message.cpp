@@ -75,6 +75,7 @@ public:
 private:
     bool add_request_line();
     bool add_headers();
+    bool add_header(std::string_view line);
     bool add_body();
     bool add_read(const ReadHeader& row, std::string_view line, std::string_view value);
     bool add_parsed(msg_hclass_t* header, std::string_view line, std::string_view value);
@@ -179,23 +180,25 @@ bool RequestWriter::add_request_line()
            msg_serialize(msg_, msg_object(msg_)) >= 0;
 }
 
+bool RequestWriter::add_header(std::string_view line)
+{
+    const auto colon = line.find(':');
+    if (colon == std::string_view::npos) return false;
+    const std::string_view name = line.substr(0, colon);
+    if (!is_plain_name(name)) return false;
+    if (const ReadHeader* row = read_header(name))
+        return add_unread() && add_read(*row, line, trimmed(line.substr(colon + 1)));
+    unread_ = unread_.empty() ? line : std::string_view(unread_.data(), unread_.size() + line.size());
+    return true;
+}
+
 bool RequestWriter::add_headers()
 {
-    for (;;) {
-        const std::string_view line = next_line();
-        if (line.size() <= 2)
-            return line.size() == 2 && add_unread() &&
-                   add(msg_header_alloc(home_, sip_separator_class, 0), line);
-        const auto colon = line.find(':');
-        if (colon == std::string_view::npos) return false;
-        const std::string_view name = line.substr(0, colon);
-        if (!is_plain_name(name)) return false;
-        if (const ReadHeader* row = read_header(name)) {
-            if (!add_unread() || !add_read(*row, line, trimmed(line.substr(colon + 1)))) return false;
-        } else {
-            unread_ = unread_.empty() ? line : std::string_view(unread_.data(), unread_.size() + line.size());
-        }
-    }
+    std::string_view line = next_line();
+    for (; line.size() > 2; line = next_line())
+        if (!add_header(line)) return false;
+    const bool ended = line.size() == 2; // by the empty line
+    return ended && add_unread() && add(msg_header_alloc(home_, sip_separator_class, 0), line);
 }
 
 bool RequestWriter::add_body()
