@@ -19,6 +19,7 @@ constexpr unsigned largest_readable = 128 * 1024;
 
 int on_message(siplib_port* port, nta_agent_t*, msg_t* msg, sip_t* sip)
 {
+    const AgentInUse in_use(port->agent);
     port->server->on_message(*port, msg, sip);
     return 0;
 }
@@ -72,6 +73,29 @@ nta_agent_t* make_agent(su_root_t* root, const SIPLIB_StackCfg& cfg, siplib_port
     port->port = port_of(agent);
     port->agent = agent;
     return agent;
+}
+
+namespace {
+
+thread_local const AgentInUse* innermost = nullptr;
+
+} // namespace
+
+AgentInUse::AgentInUse(const nta_agent_t* agent) : agent_(agent), outer_(innermost)
+{
+    innermost = this;
+}
+
+AgentInUse::~AgentInUse()
+{
+    innermost = outer_;
+}
+
+bool AgentInUse::is(const nta_agent_t* agent)
+{
+    for (const AgentInUse* use = innermost; use; use = use->outer_)
+        if (use->agent_ == agent) return true;
+    return false;
 }
 
 int port_of(nta_agent_t* agent)

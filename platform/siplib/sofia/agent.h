@@ -41,6 +41,21 @@ nta_agent_t* make_agent(su_root_t* root, const SIPLIB_StackCfg& cfg, siplib_port
 // The port that an agent is bound to.
 int port_of(nta_agent_t* agent);
 
+// Stands on the stack while a callback of `agent` runs: until then the agent must not be destroyed.
+class AgentInUse {
+public:
+    explicit AgentInUse(const nta_agent_t* agent);
+    ~AgentInUse();
+    AgentInUse(const AgentInUse&) = delete;
+    AgentInUse& operator=(const AgentInUse&) = delete;
+
+    static bool is(const nta_agent_t* agent); // on the calling thread
+
+private:
+    const nta_agent_t* agent_;
+    const AgentInUse* outer_;
+};
+
 } // namespace siplib::sofia
 
 #endif

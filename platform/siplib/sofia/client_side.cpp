@@ -18,6 +18,7 @@ constexpr std::size_t most_idle_windows = 1024;
 
 int on_outgoing(siplib_outgoing* slot, nta_outgoing_t*, const sip_t* sip)
 {
+    const AgentInUse in_use(slot->agent);
     slot->side->on_response(*slot, sip);
     return 0;
 }

@@ -41,6 +41,7 @@ std::string key_of(const sip_t* sip)
 
 int on_incoming(siplib_incoming* slot, nta_incoming_t*, const sip_t* sip)
 {
+    const AgentInUse in_use(slot->at ? slot->at->agent : nullptr);
     slot->side->on_ack_or_cancel(*slot, sip);
     return 0;
 }

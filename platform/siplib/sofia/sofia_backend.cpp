@@ -147,6 +147,7 @@ void SofiaBackend::step()
 {
     const std::size_t before = handled();
     const long next = su_root_step(root_, root_descriptor_ < 0 ? longest_wait : 0);
+    destroy_leaving();
     const bool idle = handled() == before; // what comes next may take a while
     if (idle || ++turns_ % turns_of_a_batch == 0) SendBatch::flush_current();
     if (idle && root_descriptor_ >= 0) wait_for_root(next);
@@ -205,6 +206,7 @@ void SofiaBackend::tear_down()
     client_.drop_all();
     server_->forget(nullptr);
     connections_.drop_all();
+    destroy_leaving();
     for (const auto& port : ports_)
         nta_agent_destroy(port->agent);
     ports_.clear();
@@ -356,13 +358,27 @@ void SofiaBackend::close_here(Notifier* notifier)
     work_off(); // refusals of the requests that waited
     SendBatch::flush_current();
     server_->forget(found->get());
-    const std::unique_ptr<Port> closing = std::move(*found);
+    std::unique_ptr<Port> closing = std::move(*found);
     ports_.erase(found);
     choose_agent();
     client_.forget(closing->agent);
-    connections_.drop_all(); // those of this port go with its agent; the others count again when used
-    closing->record.drain();
-    nta_agent_destroy(closing->agent);
+    closing->notifier = nullptr; // what comes before the agent goes finds nobody
+    leaving_.push_back(std::move(closing));
+    if (!AgentInUse::is(leaving_.back()->agent)) destroy_leaving();
+}
+
+// Those that are not in use.
+void SofiaBackend::destroy_leaving()
+{
+    if (leaving_.empty()) return;
+    connections_.drop_all(); // those of these ports go with their agents; the others count again when used
+    const auto last = std::partition(leaving_.begin(), leaving_.end(),
+                                     [](const auto& port) { return AgentInUse::is(port->agent); });
+    for (auto port = last; port != leaving_.end(); ++port) {
+        (*port)->record.drain();
+        nta_agent_destroy((*port)->agent);
+    }
+    leaving_.erase(last, leaving_.end());
 }
 
 } // namespace siplib::sofia

@@ -50,6 +50,7 @@ private:
     void arm_tick();
     int open_here(Notifier* notifier, int port, int& opened);
     void close_here(Notifier* notifier);
+    void destroy_leaving();
     void choose_agent();
     void run_and_wait(const std::function<void()>& task); // from any thread
 
@@ -77,6 +78,7 @@ private:
     // Requests leave from the oldest listening port, so that peers which answer to the sender's address
     // rather than to its Via reach us; from the first of these, a port of their own, while nobody listens.
     std::vector<std::unique_ptr<Port>> ports_;
+    std::vector<std::unique_ptr<Port>> leaving_; // closed from within a callback of their agent's
     ClientSide client_;
     std::unique_ptr<ServerSide> server_;
     std::vector<Order> batch_;
