@@ -4,7 +4,9 @@
 // into that dialog's queue) before the callback, and each acceptAndOpen takes one. Requests that arrive while
 // there is no listener wait (64 at most, then 503 with Retry-After) and are announced when one is set.
 //
-// close() gives the port back; requests not yet taken are answered 503.
+// close() gives the port back; requests not yet taken are answered 503. From within a callback about this
+// very port (a request to it, the end of a request that left from it) the port is free soon after the
+// callback.
 //
 // Thread, Memory, Errors   as SIPLIB_SIPObject.
 #ifndef SIPLIB_SIPNOTIFIER_H_INCLUDED
