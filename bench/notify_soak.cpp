@@ -3,10 +3,11 @@
 //
 //   notify_soak udp|tcp [COUNT]
 //
-// Prints a line for every 50,000; exits 1 when the resident set ends more than 2 % plus 256 kB above
-// the most that it had in the first 50,000. How far a sweep runs ahead of the SIP thread is chance, and
-// decides how much is held at a time: in the first 5,000 the SIP thread waits until the sweep is asked for,
-// which is the most that there can be.
+// Prints a line for every 50,000; exits 1 when the resident set ends more than 5 % plus 512 kB above the most
+// that it had in the first 50,000: a leak of two bytes a NOTIFY is more. Less is the machine's changing
+// speed, since over UDP what ended in the last T4 is held. How far a sweep runs ahead of the SIP thread is
+// chance, too: in the first 5,000 the SIP thread waits until the sweep is asked for, which is the most that
+// there can be.
 #include "baseuafw/baseuafw.h"
 #include "bench/support/responder.h"
 #include "siplib/SIPLIB.h"
@@ -117,7 +118,7 @@ int main(int argc, char** argv)
         std::fflush(stdout);
     }
     const bool lost = tally.ended != sent;
-    const bool grew = last_kb > first_kb + first_kb / 50 + 256;
+    const bool grew = last_kb > first_kb + first_kb / 20 + 512;
     std::printf("%s: %ld sent, %ld lost, at most %ld kB in the first %ld, %ld kB at the end: %s\n",
                 tcp ? "tcp" : "udp", sent, sent - tally.ended, first_kb, STEP, last_kb,
                 lost || grew ? "FAILED" : "flat, nothing lost");
