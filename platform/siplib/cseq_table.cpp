@@ -29,12 +29,14 @@ CSeqTable::Entry& CSeqTable::touch(const DialogKey& key)
         entries_.splice(entries_.begin(), entries_, found->second);
         return entries_.front();
     }
-    entries_.push_front({joined_, floor_});
+    std::uint32_t number = floor_;
     if (!key.remote_tag.empty()) {
         join(key, {}, joined_);
         const auto before = index_.find(joined_);
-        if (before != index_.end()) entries_.front().number = std::max(floor_, before->second->number);
+        if (before != index_.end()) number = std::max(number, before->second->number);
+        join(key, key.remote_tag, joined_);
     }
+    entries_.push_front({joined_, number});
     index_.emplace(entries_.front().key, entries_.begin());
     if (entries_.size() > capacity_) drop_oldest();
     return entries_.front();

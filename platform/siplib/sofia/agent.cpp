@@ -17,6 +17,8 @@ namespace {
 // What is larger than a message may be is read up to here, so that the answer can be a 513.
 constexpr unsigned largest_readable = 128 * 1024;
 
+thread_local const AgentInUse* innermost = nullptr;
+
 int on_message(siplib_port* port, nta_agent_t*, msg_t* msg, sip_t* sip)
 {
     const AgentInUse in_use(port->agent);
@@ -74,12 +76,6 @@ nta_agent_t* make_agent(su_root_t* root, const SIPLIB_StackCfg& cfg, siplib_port
     port->agent = agent;
     return agent;
 }
-
-namespace {
-
-thread_local const AgentInUse* innermost = nullptr;
-
-} // namespace
 
 AgentInUse::AgentInUse(const nta_agent_t* agent) : agent_(agent), outer_(innermost)
 {

@@ -119,9 +119,8 @@ nta_outgoing_t* ClientSide::open_transaction(siplib_outgoing& slot, msg_t* msg)
     // The route is given even where the Request-URI says the same: the request line then stays as it is.
     const auto* route = reinterpret_cast<const url_string_t*>(slot.window->route.get());
     if (!msg || !route) return nullptr;
-    if (slot.order.own_via)
-        return nta_outgoing_mcreate(agent_, on_outgoing, &slot, route, msg, NTATAG_USER_VIA(1), TAG_END());
-    return nta_outgoing_mcreate(agent_, on_outgoing, &slot, route, msg, TAG_END());
+    return nta_outgoing_mcreate(agent_, on_outgoing, &slot, route, msg,
+                                TAG_IF(slot.order.own_via, NTATAG_USER_VIA(1)), TAG_END());
 }
 
 void ClientSide::count_connection(const siplib_outgoing& slot)

@@ -1,6 +1,6 @@
 // Descriptors of Sofia-SIP that a started program must not inherit.
 //
-// Its sockets get the flag when they are made (our su_setblocking stands in for its own, which it calls for
+// Its sockets get the flag when they are made (our su_wait_create stands in for its own, which it calls for
 // every socket that it makes or accepts). What else it opens while a root or an agent is made has to be found
 // afterwards.
 //

@@ -1,6 +1,6 @@
 // A request of ours as a message of Sofia-SIP's.
 //
-// A NOTIFY has a dozen headers, of which a client transaction reads seven. Those are parsed; the others go
+// A NOTIFY has a dozen headers, of which a client transaction reads seven. Those are filled in; the others go
 // along as the text that they are, and all of it leaves from one piece of memory.
 //
 // Thread   the SIP thread.

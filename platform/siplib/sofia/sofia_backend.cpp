@@ -356,7 +356,6 @@ void SofiaBackend::close_here(Notifier* notifier)
                                     [notifier](const auto& port) { return port->notifier == notifier; });
     if (found == ports_.end()) return;
     work_off(); // refusals of the requests that waited
-    SendBatch::flush_current();
     server_->forget(found->get());
     std::unique_ptr<Port> closing = std::move(*found);
     ports_.erase(found);
@@ -371,7 +370,8 @@ void SofiaBackend::close_here(Notifier* notifier)
 void SofiaBackend::destroy_leaving()
 {
     if (leaving_.empty()) return;
-    connections_.drop_all(); // those of these ports go with their agents; the others count again when used
+    SendBatch::flush_current(); // before its sockets are closed
+    connections_.drop_all();    // those of these ports go with their agents; the others count again when used
     const auto last = std::partition(leaving_.begin(), leaving_.end(),
                                      [](const auto& port) { return AgentInUse::is(port->agent); });
     for (auto port = last; port != leaving_.end(); ++port) {
